@@ -1,0 +1,110 @@
+#include "channels/print_channel.h"
+
+#include "discovery/printer_status.h"
+#include "net/reply_timeout.h"
+#include "ports/registry_store.h"
+#include "support/log.h"
+
+namespace ksp {
+
+namespace {
+
+constexpr std::uint32_t kPollSeconds = 10;  // more than these must have passed
+constexpr int kMostZeroResults = 2;
+
+class CPrintingResolver final : public IAddressResolver {
+  public:
+    std::optional<std::wstring> ResolvePrinter(const std::wstring& name) override {
+        CSLIpAddr address;
+        if (address.getByNamePrinting(name, CSLIpAddr::kFamily) != 0) {
+            return std::nullopt;
+        }
+        return address.Text();
+    }
+};
+
+}  // namespace
+
+bool CPrintChannel::IsReachable() {
+    Log(LogLevel::kInfo, L"The reachable should be done through SNMP/KSPC calls");
+    return true;
+}
+
+bool CPrintChannel::IsOpen() {
+    Log(LogLevel::kTrace, L"print channel is  %s", m_open ? L"OPEN" : L"CLOSE");
+    return m_open;
+}
+
+std::uint32_t CPrintChannel::PollPrinterStatus(const std::wstring& hostName) {
+    if (RegistryStore().Type() == MonitorType::kIdPrint) {
+        return 0;
+    }
+    // Unsigned arithmetic, so that a tick count that has wrapped around still gives the time
+    // passed.
+    const std::uint32_t now = ::GetTickCount();
+    if ((now - m_lastPoll) / 1000 > kPollSeconds) {
+        m_lastPoll = now;
+        CPrintingResolver resolver;
+        m_cachedStatus = GetPrinterStatus(hostName, resolver);
+    }
+    return m_cachedStatus;
+}
+
+std::int32_t CPrintChannel::SendToServer(const void* data, std::int32_t length) {
+    if (data == nullptr) {
+        return -1;
+    }
+    const std::uint32_t seconds = GetWaitServerReplyTimeout();
+    const char* rest = static_cast<const char*>(data);
+    std::int32_t total = 0;
+    int zeroResults = 0;
+    while (total < length) {
+        const std::int32_t sent =
+            m_pStreamSocket ? m_pStreamSocket->send(rest, length - total, seconds) : -1;
+        if (sent < 0) {
+            Log(LogLevel::kTrace, L"send to server : send error");
+            return -1;
+        }
+        // Counted over the whole call: a printer that takes a little now and then still has an end.
+        if (sent == 0 && ++zeroResults == kMostZeroResults) {
+            Log(LogLevel::kTrace, L"send to server : over retry count");
+            return total;
+        }
+        rest += sent;
+        total += sent;
+    }
+    return total;
+}
+
+void CPrintChannel::OpenJob(std::uint32_t portId) {
+    m_open = true;
+    if (!m_services.GetPrinterStatus(portId, m_savedStatus)) {
+        Log(LogLevel::kError, L"Getting the print status failed");
+    }
+    m_portId = portId;
+}
+
+void CPrintChannel::UpdatePortStatus() {
+    if (m_protocolInfo != nullptr) {
+        const std::uint32_t status = PollPrinterStatus(m_protocolInfo->GetHostName());
+        m_services.SetPortStatus(m_portId, status);
+    }
+}
+
+std::int32_t CPrintChannel::EndStreamedDoc() {
+    if (!m_open) {
+        return 0;
+    }
+    if (m_pStreamSocket) {
+        m_pStreamSocket->close();
+        m_pStreamSocket.reset();
+    }
+    m_services.SetPortStatus(m_portId, m_savedStatus);
+    if (!m_services.ClearPortStatus(m_portId)) {
+        Log(LogLevel::kError, L"Invalide Port Handle");
+    }
+    m_open = false;
+    return 0;
+}
+
+}  // namespace ksp

@@ -1,0 +1,17 @@
+#include <windows.h>
+
+#include "support/process_state.h"
+
+// The loader finds it by its name; no header declares it.
+extern "C" BOOL WINAPI DllMain(HINSTANCE library, DWORD reason, LPVOID reserved);
+
+// Does as little as possible: the loader lock is held. What ends with the library ends in the
+// destructors that the runtime calls after this; they must know whether the process goes with it.
+extern "C" BOOL WINAPI DllMain(HINSTANCE library, DWORD reason, LPVOID reserved) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        ::DisableThreadLibraryCalls(library);
+    } else if (reason == DLL_PROCESS_DETACH && reserved != nullptr) {
+        ksp::SetProcessEnding();
+    }
+    return TRUE;
+}

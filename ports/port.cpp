@@ -1,0 +1,220 @@
+#include "ports/port.h"
+
+#include "channels/raw_print_channel.h"
+#include "ports/registry_store.h"
+#include "support/log.h"
+#include "support/process_state.h"
+#include "support/srw_lock.h"
+
+namespace ksp {
+
+namespace {
+
+std::unique_ptr<CPrintChannel> NewRawChannel(const CPortInfo& info, IPortServices& services) {
+    if (RegistryStore().Type() != MonitorType::kIdPrint) {
+        return std::make_unique<CRawPrintChannel>(CRawProtocolInfo(info.PrinterAddress), services);
+    }
+    const auto portNumber = static_cast<std::uint16_t>(info.SecureRawPortNo);
+    CRawProtocolInfo::SetDefaultPortNumber(portNumber);
+    CRawProtocolInfo settings(info.PrinterAddress);
+    // Another thread may have set the default for its own port in between.
+    settings.SetPortNumber(portNumber);
+    return std::make_unique<CRawPrintChannel>(settings, services);
+}
+
+// The channel for the record's protocol; null, with its log lines, when there is none.
+std::unique_ptr<CPrintChannel> NewChannel(const CPortInfo& info, IPortServices& services) {
+    switch (static_cast<ProtocolId>(info.ProtocolID)) {
+        case ProtocolId::kRaw:
+            try {
+                return NewRawChannel(info, services);
+            } catch (const std::bad_alloc&) {
+                Log(LogLevel::kError, L"error creating print channel");
+                return nullptr;
+            }
+        case ProtocolId::kIpp:
+            Log(LogLevel::kInfo, L"creating ipp print channel");
+            Log(LogLevel::kError, L"ipp print channel not supported");
+            return nullptr;
+        default:
+            Log(LogLevel::kError, L"Invalid Protocol ID : %d", info.ProtocolID);
+            return nullptr;
+    }
+}
+
+}  // namespace
+
+CPort::~CPort() {
+    if (IsProcessEnding()) {
+        // Closing would wait for the printer and call the spooler; the system takes everything
+        // back.
+        static_cast<void>(m_channel.release());
+        static_cast<void>(m_printer.Release());
+        return;
+    }
+    m_jobEvent.Reset();
+    m_printer.Reset();
+    try {
+        m_channel.reset();
+    } catch (...) {
+        // A port goes, whatever its channel says to it.
+    }
+}
+
+bool CPort::Initialize(const CPortInfo& info) {
+    if (!info.PortName.empty()) {
+        m_name = info.PortName;
+    }
+    if (!CreatePrintChannel(info)) {
+        Log(LogLevel::kInfo, L"could not create print channel for port: %s", info.PortName.c_str());
+        return false;
+    }
+    if (!m_jobEvent) {
+        m_jobEvent.Reset(::CreateEventW(nullptr, TRUE, TRUE, nullptr));
+    }
+    if (!m_jobEvent) {
+        Log(LogLevel::kInfo, L"could not create event handle");
+        return false;
+    }
+    return true;
+}
+
+bool CPort::CreatePrintChannel(const CPortInfo& info) {
+    m_channel = NewChannel(info, m_services);
+    if (!m_channel) {
+        Log(LogLevel::kError, L"CreatePrintChannel Failed. ProtocolID=%d", info.ProtocolID);
+        return false;
+    }
+    return true;
+}
+
+bool CPort::DeletePrintChannel() {
+    m_channel.reset();
+    return true;
+}
+
+CPort::ExchangeResult CPort::ExchangePrintChannel(const CPortInfo& info) {
+    const ExchangeResult result = ExchangeWhileFree(info);
+    // A close that was asked for in between found the port busy.
+    static_cast<void>(RunRequestedClose());
+    return result;
+}
+
+CPort::ExchangeResult CPort::ExchangeWhileFree(const CPortInfo& info) {
+    const CTryExclusiveLock lock(m_jobLock);
+    if (!lock.IsHeld() || (m_channel && m_channel->IsOpen())) {
+        return ExchangeResult::kOpen;
+    }
+    DeletePrintChannel();
+    return CreatePrintChannel(info) ? ExchangeResult::kExchanged : ExchangeResult::kNoChannel;
+}
+
+bool CPort::HasChannel() {
+    bool has = true;
+    {
+        const CTryExclusiveLock lock(m_jobLock);
+        has = !lock.IsHeld() || m_channel != nullptr;
+    }
+    static_cast<void>(RunRequestedClose());
+    return has;
+}
+
+bool CPort::CloseChannel() {
+    m_closeRequested = true;
+    return RunRequestedClose();
+}
+
+bool CPort::RunRequestedClose() {
+    bool closed = true;
+    // Looked at again after every release: a request that came in meanwhile found the lock taken
+    // and relies on this thread.
+    while (m_closeRequested) {
+        const CTryExclusiveLock lock(m_jobLock);
+        if (!lock.IsHeld()) {
+            break;
+        }
+        m_closeRequested = false;
+        closed = !m_channel || !m_channel->IsOpen() || m_channel->EndDoc() == 0;
+    }
+    return closed;
+}
+
+void CPort::LeaveJob() noexcept {
+    ::ReleaseSRWLockExclusive(&m_jobLock);
+    try {
+        if (!RunRequestedClose()) {
+            Log(LogLevel::kError, L"cannot close print channel");
+        }
+    } catch (...) {
+        Log(LogLevel::kCritical, L"Exception error in ClosePort.");
+    }
+}
+
+void CPort::SetJob(UniquePrinter printer, DWORD jobId) noexcept {
+    m_printer = std::move(printer);
+    m_jobId = jobId;
+}
+
+bool CPort::SetStatus(std::uint32_t status) {
+    if (status == m_status) {
+        return true;
+    }
+    Log(LogLevel::kInfo, L"Old Stat=%d NewStat=%d", m_status, status);
+    m_status = status;
+    if (m_channel) {
+        m_channel->SetPrinterStatus(status);
+    }
+    // With this command the spooler takes the buffer pointer itself for the status.
+    const auto statusAsBuffer = reinterpret_cast<BYTE*>(static_cast<std::uintptr_t>(status));
+    return ::SetPrinterW(m_printer.Get(), 0, statusAsBuffer, PRINTER_CONTROL_SET_STATUS) != FALSE;
+}
+
+bool CPort::GetJobInfo(SpoolerRecords& job) const {
+    if (!m_printer) {
+        Log(LogLevel::kError, L"print handle is not set");
+        return false;
+    }
+    const SpoolerAnswer answer = job.Read([this](BYTE* buffer, DWORD size, DWORD* needed) {
+        return ::GetJobW(m_printer.Get(), m_jobId, 1, buffer, size, needed);
+    });
+    switch (answer) {
+        case SpoolerAnswer::kOk:
+            return true;
+        case SpoolerAnswer::kEmpty:
+            return false;
+        case SpoolerAnswer::kNoMemory:
+            Log(LogLevel::kCritical, L"memory allocation failure");
+            return false;
+        case SpoolerAnswer::kNoSize:
+        case SpoolerAnswer::kNotRead:
+            break;
+    }
+    Log(LogLevel::kError, L"error retrieving job info");
+    return false;
+}
+
+bool CPort::SignalJobEvent() {
+    if (!m_jobEvent) {
+        Log(LogLevel::kError, L"Invalid Event Handle.");
+        return false;
+    }
+    return ::SetEvent(m_jobEvent.Get()) != FALSE;
+}
+
+bool CPort::ResetJobEvent() {
+    if (!m_jobEvent) {
+        Log(LogLevel::kError, L"Invalid Event Handle.");
+        return false;
+    }
+    return ::ResetEvent(m_jobEvent.Get()) != FALSE;
+}
+
+bool CPort::WaitJobEvent() {
+    if (!m_jobEvent) {
+        Log(LogLevel::kError, L"Invalid Event Handle.");
+        return false;
+    }
+    return ::WaitForSingleObject(m_jobEvent.Get(), INFINITE) == WAIT_OBJECT_0;
+}
+
+}  // namespace ksp

@@ -1,0 +1,104 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ports/monitor_type.h"
+#include "ports/port_info.h"
+#include "ports/registry_access.h"
+#include "ports/registry_key.h"
+#include "support/log_settings.h"
+
+namespace ksp {
+
+// A network that discovery searches beyond the local segment; both texts dotted.
+struct CSubnet {
+    std::wstring Address;
+    std::wstring Mask;
+};
+
+// Everything that the monitor keeps between two starts: a subkey per port under the Ports key, and
+// the monitor's settings under its software key. One instance in the process; any thread may call
+// it.
+//
+// No failure stops the monitor: it is logged, and a missing DWORD counts as 0, a missing text as
+// empty, a missing setting as its default. Operations that return int answer 1 for success, else 0.
+class CRegistryStore : public ILogSettings {
+  public:
+    CRegistryStore();
+    ~CRegistryStore() override;
+    CRegistryStore(const CRegistryStore&) = delete;
+    CRegistryStore& operator=(const CRegistryStore&) = delete;
+
+    // --- Life (registry_store.cpp). The port manager calls these, on one thread.
+
+    void CreateLock() noexcept { m_access.CreateLock(); }
+    [[nodiscard]] bool HasLock() const noexcept { return m_access.HasLock(); }
+    void SetMonitorInit(const MONITORINIT* init) noexcept { m_access.SetMonitorInit(init); }
+    [[nodiscard]] HANDLE MonitorRoot() const noexcept { return m_access.MonitorRoot(); }
+
+    // The stored `KSPRINT_SECURE` of a key, or -1 when the key is null or the value unreadable.
+    [[nodiscard]] std::int32_t GetMonitorType(HANDLE key);
+    // Both close what is still open first and return a Windows error code.
+    LONG OpenPortsKey();
+    LONG OpenSoftwareKey(MonitorType type);
+    // Closes both keys, forgets the spooler's registry functions and gives up the lock.
+    void CloseStore() noexcept;
+
+    // The type given to the last OpenSoftwareKey.
+    [[nodiscard]] MonitorType Type() const noexcept { return m_type; }
+
+    // --- Ports (registry_ports.cpp)
+
+    // Fills an empty list with every port that can be opened.
+    int LoadPorts(CPortInfoList& list);
+    // Stops at the first port that is tracked by MAC address, whatever its name, or has exactly
+    // this name. 0 when none qualifies; the record then holds the last port read.
+    int ReadPort(const wchar_t* name, CPortInfo& info);
+    int AddPortKey(const CPortInfo& info);
+    int UpdatePortKey(const CPortInfo& info, bool writeAddress);
+    int UpdateIpAddress(const CPortInfo& info);
+    int UpdateMacAddress(const CPortInfo& info);
+    int DeletePortKey(const std::wstring& name);
+
+    // --- Settings (registry_settings.cpp)
+
+    [[nodiscard]] std::wstring GetLogDirectory() override;
+    [[nodiscard]] std::wstring GetLogFileName() override;
+    // Where LPR jobs are spooled: "LPRDirectory", else the spooler's default spool directory.
+    [[nodiscard]] std::wstring GetLprDirectory();
+    // The directory of the discovery library; empty when it is not configured.
+    [[nodiscard]] std::wstring GetExeDirectory();
+    // A DWORD of the software key.
+    [[nodiscard]] std::optional<std::uint32_t> ReadSetting(const wchar_t* name) override;
+    bool WriteSetting(const wchar_t* name, std::uint32_t value) override;
+    // Appends to the list, in stored order; entries without a mask are skipped.
+    void LoadSubnetList(std::vector<CSubnet>& list);
+    // The identity name that the current user of the calling thread has configured.
+    [[nodiscard]] std::optional<std::wstring> GetUserIdentity();
+    // The notifier program's command line: 1 when one is configured.
+    int GetNotifierCommand(std::wstring& command);
+
+  private:
+    void LoadValues(const CRegistryKey& key, CPortInfo& info) const;
+    void SaveValues(const CRegistryKey& key, const CPortInfo& info, bool writeAddress) const;
+    // Opens a port's subkey; logs what cannot be opened.
+    [[nodiscard]] CRegistryKey OpenPort(const std::wstring& name, REGSAM rights);
+    [[nodiscard]] std::wstring ReadText(const wchar_t* name, const wchar_t* otherwise) const;
+    void EnsureLocalSegment();
+
+    CRegistryAccess m_access;  // first: the keys are closed through it
+    CRegistryKey m_portsKey;
+    CRegistryKey m_softwareKey;
+    MonitorType m_type = MonitorType::kNone;
+};
+
+// The process's store. Whoever uses it while the library unloads must have called this at
+// construction, so that the store is destroyed after it.
+[[nodiscard]] CRegistryStore& RegistryStore() noexcept;
+
+}  // namespace ksp
