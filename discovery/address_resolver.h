@@ -5,8 +5,8 @@
 
 namespace ksp {
 
-// How the status query learns where a printer is. Finding an address may itself need discovery, so it
-// is done by a higher room.
+// How the status query learns where a printer is. Finding an address may itself need discovery, so
+// it is done by a higher room.
 class IAddressResolver {
   public:
     virtual ~IAddressResolver() = default;

@@ -75,9 +75,13 @@ bool COryxDLL::PrepareLibraryPath() {
     return true;
 }
 
-bool COryxDLL::IsLibraryPathReady() { return PathState().ready; }
+bool COryxDLL::IsLibraryPathReady() {
+    return PathState().ready;
+}
 
-const std::wstring& COryxDLL::LibraryPath() { return PathState().path; }
+const std::wstring& COryxDLL::LibraryPath() {
+    return PathState().path;
+}
 
 COryxDLL::COryxDLL() {
     COryxDLL::LoadLibraryFile(LibraryPath());
@@ -111,8 +115,8 @@ bool COryxDLL::LoadFunctions() {
     // Libraries without KSSendStream or KSRecvStream are in use and good; nothing calls the two.
     return finder.Find("KSCreateStream", f.KSCreateStream) &&
            finder.Find("KSInitialize", f.KSInitialize) &&
-           finder.Find("KSSetProbeMode", f.KSSetProbeMode) &&
-           finder.Find("KSProbe", f.KSProbe) && finder.Find("KSStopProbe", f.KSStopProbe) &&
+           finder.Find("KSSetProbeMode", f.KSSetProbeMode) && finder.Find("KSProbe", f.KSProbe) &&
+           finder.Find("KSStopProbe", f.KSStopProbe) &&
            finder.Find("KSGetDeviceCapability", f.KSGetDeviceCapability) &&
            finder.Find("KSDeleteBuffer", f.KSDeleteBuffer) &&
            finder.Find("KSTerminate", f.KSTerminate) &&

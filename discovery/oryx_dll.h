@@ -6,8 +6,9 @@
 
 namespace ksp {
 
-// The binding to the discovery library. The file lies in the directory that the setting `ExeDirectory`
-// names; it is loaded when it is first needed and stays loaded for the life of the process.
+// The binding to the discovery library. The file lies in the directory that the setting
+// `ExeDirectory` names; it is loaded when it is first needed and stays loaded for the life of the
+// process.
 //
 // An object of this class is one wrapper's view of the library: its table of functions, resolved by
 // name when the object is made.
@@ -25,7 +26,8 @@ class COryxDLL {
     COryxDLL(const COryxDLL&) = delete;
     COryxDLL& operator=(const COryxDLL&) = delete;
 
-    // True when the library is, or was already, loaded. A failed load is tried again at the next call.
+    // True when the library is, or was already, loaded. A failed load is tried again at the next
+    // call.
     virtual bool LoadLibraryFile(const std::wstring& path);
 
     // Whether every function that a library must have was found.

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
 #include "ports/registry_store.h"
 #include "support/log.h"
 
@@ -13,8 +15,9 @@ constexpr std::uint32_t kDefaultSeconds = 20;
 constexpr std::uint32_t kDefaultMulticastTtl = 3;
 
 std::uint32_t WaitOf(const wchar_t* setting) {
+    constexpr std::uint32_t kMostSeconds = 0xFFFFFFFF / 1000;
     const std::uint32_t seconds = RegistryStore().ReadSetting(setting).value_or(0);
-    return (seconds != 0 ? seconds : kDefaultSeconds) * 1000;
+    return std::min(seconds != 0 ? seconds : kDefaultSeconds, kMostSeconds) * 1000;
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "discovery/printer_status.h"
 
-#include "support/windows_spooler.h"
-
 #include "discovery/oryx_wrapper.h"
 #include "support/log.h"
 
@@ -11,13 +9,21 @@ std::uint32_t GetPrinterStatus(const std::wstring& printerAddress, IAddressResol
     const auto address = resolver.ResolvePrinter(printerAddress);
     if (!address) {
         Log(LogLevel::kInfo, L"Status server Unknown");
-        return PRINTER_STATUS_SERVER_UNKNOWN;
+        return kServerUnknown;
     }
     CKspOryxWrapper wrapper;
     if (!wrapper.StartUp()) {
         Log(LogLevel::kError, L"Failed Initialized Oryx.");
+        return kServerUnknown;
     }
-    return PRINTER_STATUS_SERVER_UNKNOWN;
+    CPrinterCondition condition;
+    if (!wrapper.ReadStatus(*address, condition)) {
+        Log(LogLevel::kError, L"GetPrinterStatus Result is FALSE!");
+        return kServerUnknown;
+    }
+    Log(LogLevel::kError, L"Print State = %d , ErrorState = 0x%x", condition.state,
+        condition.errors);
+    return SpoolerStatus(condition);
 }
 
 }  // namespace ksp

@@ -43,6 +43,8 @@ void CSLIpAddr::Set(in_addr address, Origin origin) noexcept {
     m_address = address;
 }
 
-std::wstring CSLIpAddr::Text() const { return AddressToText(m_address); }
+std::wstring CSLIpAddr::Text() const {
+    return AddressToText(m_address);
+}
 
 }  // namespace ksp

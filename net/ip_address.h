@@ -9,8 +9,8 @@ namespace ksp {
 
 // An IPv4 address and where it came from. A plain value.
 //
-// The look-ups fill it and return 0, or a Windows Sockets error code and leave it as it was. They may
-// block for as long as the system's name resolution takes.
+// The look-ups fill it and return 0, or a Windows Sockets error code and leave it as it was. They
+// may block for as long as the system's name resolution takes.
 class CSLIpAddr {
   public:
     enum class Origin : std::int32_t { kText = 0, kHostName = 1 };

@@ -1,6 +1,7 @@
 #include "net/ip_address.h"
 
-#include "discovery/oryx_wrapper.h"
+#include "net/address_text.h"
+#include "net/printer_relocation.h"
 #include "ports/registry_store.h"
 #include "support/log.h"
 
@@ -10,21 +11,38 @@ namespace {
 
 constexpr std::uint32_t kNoDiscovery = 0xFFFFFFFF;  // -1
 
+// Whether a record stands for the printer with this address text. The store answers with the first
+// tracked port whatever its name; a port that is not tracked keeps to its own address all the same.
+bool Tracks(const CPortInfo& info, const std::wstring& name) {
+    return info.IsTracked() &&
+           (info.PrinterAddress == name || !RegistryStore().HasUntrackedPort(name));
+}
+
 }  // namespace
 
 std::uint32_t CSLIpAddr::getByNamePrinting(const std::wstring& name, std::int32_t /*family*/) {
     Log(LogLevel::kTrace, L"Host name = %s", name.c_str());
     CPortInfo info;
-    if (RegistryStore().ReadPort(name.c_str(), info) == 0) {
+    const bool read = RegistryStore().ReadPort(name.c_str(), info) != 0;
+    if (!read) {
         Log(LogLevel::kTrace, L"could not read info. : %s", name.c_str());
-    } else if (info.IsTracked()) {
-        CKspOryxWrapper wrapper;
-        if (!wrapper.StartUp()) {
-            Log(LogLevel::kError, L"Failed Initialized Oryx.");
+    }
+    const bool tracked = read && Tracks(info, name);
+    if (tracked) {
+        const CRelocation relocation = FindTrackedPrinter(info);
+        if (!relocation.searched) {
             return kNoDiscovery;
         }
+        if (relocation.address) {
+            Set(TextToAddress(*relocation.address), Origin::kText);
+            return 0;
+        }
     }
-    return Resolve(name, L"Unable to get address for host name =%s . %s");
+    const std::uint32_t error = Resolve(name, L"Unable to get address for host name =%s . %s");
+    if (error == 0 && tracked) {
+        NoteResolvedPrinter(info, Text());
+    }
+    return error;
 }
 
 }  // namespace ksp

@@ -11,7 +11,8 @@ class CSocketLibrary {
     CSocketLibrary(const CSocketLibrary&) = delete;
     CSocketLibrary& operator=(const CSocketLibrary&) = delete;
 
-    // Starts version 1.1; once started, does nothing. False, with a log line, when it cannot be started.
+    // Starts version 1.1; once started, does nothing. False, with a log line, when it cannot be
+    // started.
     [[nodiscard]] bool StartupSockets();
 
   private:

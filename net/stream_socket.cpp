@@ -15,12 +15,14 @@ namespace {
 
 constexpr std::uint32_t kTimeout = ERROR_TIMEOUT;  // 1460
 constexpr int kWouldBlockRetries = 4;
-constexpr DWORD kRetryPause = 250;            // milliseconds
+constexpr DWORD kRetryPause = 250;  // milliseconds
 constexpr u_short kLingerSeconds = 100;
-constexpr std::uint32_t kDrainSilence = 1;    // seconds
+constexpr std::uint32_t kDrainSilence = 1;  // seconds
 constexpr ULONGLONG kDrainLimit = 1000ULL * kLingerSeconds;
 
-std::uint32_t LastError() { return static_cast<std::uint32_t>(::WSAGetLastError()); }
+std::uint32_t LastError() {
+    return static_cast<std::uint32_t>(::WSAGetLastError());
+}
 
 sockaddr_in SocketAddress(const CSLIpAddr& address, std::uint16_t port) {
     sockaddr_in result{};

@@ -23,15 +23,17 @@ class CSLSocket {
 //
 // connect, selectforconnect and close return Windows Sockets codes, 0 for success; the two waits
 // return 1460 (ERROR_TIMEOUT) when `WaitServerReplyTimeout` seconds passed while the connection was
-// still being made: it may be waited for again. A failed connect leaves the socket as it is until close.
+// still being made: it may be waited for again. A failed connect leaves the socket as it is until
+// close.
 //
-// send and recv return the bytes moved, 0 when nothing could be moved within the time-out (recv: also
-// when the printer closed its side), -1 on an error.
+// send and recv return the bytes moved, 0 when nothing could be moved within the time-out (recv:
+// also when the printer closed its side), -1 on an error.
 class CSLStreamSocket : public CSLSocket {
   public:
     enum class Mode : std::int32_t { kBlocking = 0, kNonBlocking = 1, kNotSet = 2 };
 
-    // The local address is looked up here; the system's choice stands in for one that cannot be found.
+    // The local address is looked up here; the system's choice stands in for one that cannot be
+    // found.
     CSLStreamSocket(const CSLIpAddr& remoteAddress, std::uint16_t remotePort);
     ~CSLStreamSocket() override;
 
@@ -44,8 +46,8 @@ class CSLStreamSocket : public CSLSocket {
     [[nodiscard]] std::uint32_t selectforconnect();
     [[nodiscard]] std::int32_t send(const void* data, std::int32_t length, std::uint32_t seconds);
     [[nodiscard]] std::int32_t recv(void* data, std::int32_t length, std::uint32_t seconds);
-    // Graceful: what was sent still arrives, and what the printer still says is read and dropped, for
-    // at most as long as the connection may linger (100 seconds).
+    // Graceful: what was sent still arrives, and what the printer still says is read and dropped,
+    // for at most as long as the connection may linger (100 seconds).
     virtual std::uint32_t close();
 
     // The port bound by the last connect; 0 before it and after close, unless a port is kept.

@@ -74,6 +74,21 @@ int CRegistryStore::ReadPort(const wchar_t* name, CPortInfo& info) {
     }
 }
 
+bool CRegistryStore::HasUntrackedPort(const std::wstring& printerAddress) {
+    constexpr auto kTracked = static_cast<std::uint32_t>(AddressType::kTracked);
+    for (DWORD index = 0;; ++index) {
+        const auto subkey = m_portsKey.SubkeyName(index);
+        if (!subkey) {
+            return false;
+        }
+        const CRegistryKey key = OpenPort(*subkey, KEY_READ);
+        if (key.IsOpen() && DwordOf(key, L"PrinterAddressType") != kTracked &&
+            TextOf(key, L"PrinterAddress") == printerAddress) {
+            return true;
+        }
+    }
+}
+
 void CRegistryStore::LoadValues(const CRegistryKey& key, CPortInfo& info) const {
     const bool idPrint = m_type == MonitorType::kIdPrint;
     info.ProtocolID = DwordOf(key, L"ProtocolID");

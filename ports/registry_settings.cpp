@@ -83,12 +83,12 @@ void CRegistryStore::LoadSubnetList(std::vector<CSubnet>& list) {
     }
     for (DWORD index = 0; index < count; ++index) {
         const std::wstring name = kSubnet + std::to_wstring(index);
-        const auto text = key.ReadText(name.c_str());
-        if (!text) {
-            Log(LogLevel::kError, L"Unable to get subnetvalue ( %s )", name.c_str());
-            return;
-        }
         try {
+            const auto text = key.ReadText(name.c_str());
+            if (!text) {
+                Log(LogLevel::kError, L"Unable to get subnetvalue ( %s )", name.c_str());
+                return;
+            }
             if (auto subnet = SubnetOf(*text); subnet) {
                 list.push_back(*std::move(subnet));
             }

@@ -11,15 +11,10 @@
 #include "ports/port_info.h"
 #include "ports/registry_access.h"
 #include "ports/registry_key.h"
+#include "ports/subnet.h"
 #include "support/log_settings.h"
 
 namespace ksp {
-
-// A network that discovery searches beyond the local segment; both texts dotted.
-struct CSubnet {
-    std::wstring Address;
-    std::wstring Mask;
-};
 
 // Everything that the monitor keeps between two starts: a subkey per port under the Ports key, and
 // the monitor's settings under its software key. One instance in the process; any thread may call
@@ -59,6 +54,8 @@ class CRegistryStore : public ILogSettings {
     // Stops at the first port that is tracked by MAC address, whatever its name, or has exactly
     // this name. 0 when none qualifies; the record then holds the last port read.
     int ReadPort(const wchar_t* name, CPortInfo& info);
+    // Whether a port that is not tracked by MAC address has exactly this `PrinterAddress`.
+    [[nodiscard]] bool HasUntrackedPort(const std::wstring& printerAddress);
     int AddPortKey(const CPortInfo& info);
     int UpdatePortKey(const CPortInfo& info, bool writeAddress);
     int UpdateIpAddress(const CPortInfo& info);
