@@ -13,7 +13,8 @@ readonly library=$1 version=$2 symbols=$3 objdump=$4 windres=$5
 readonly allowed_imports=(
     advapi32.dll  # the registry
     kernel32.dll
-    ole32 oleaut32.dll  # strings that another library passes
+    ole32.dll     # COM, for the system's XML parser
+    oleaut32.dll  # its strings
     msvcrt.dll    # the C run-time library that is part of Windows
     winspool.drv  # printers, jobs and port status
     ws2_32.dll    # sockets
