@@ -16,6 +16,12 @@ class IPortServices {
     virtual bool SetPortStatus(std::uint32_t portId, std::uint32_t status) = 0;
     // Writes status 0, also to a pooled printer. False when the id is unknown.
     virtual bool ClearPortStatus(std::uint32_t portId) = 0;
+    // Whether the spooler says that the port's job was deleted, or is to be printed anew. False
+    // while it cannot be told.
+    [[nodiscard]] virtual bool IsJobEnded(std::uint32_t portId) = 0;
+    // Marks the port's job as in error, for everybody who looks at the queue. False when it cannot
+    // be marked.
+    virtual bool SetJobError(std::uint32_t portId) = 0;
 };
 
 }  // namespace ksp

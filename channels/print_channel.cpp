@@ -95,16 +95,43 @@ std::int32_t CPrintChannel::EndStreamedDoc() {
     if (!m_open) {
         return 0;
     }
-    if (m_pStreamSocket) {
-        m_pStreamSocket->close();
-        m_pStreamSocket.reset();
-    }
+    CloseConnection();
     m_services.SetPortStatus(m_portId, m_savedStatus);
     if (!m_services.ClearPortStatus(m_portId)) {
         Log(LogLevel::kError, L"Invalide Port Handle");
     }
     m_open = false;
     return 0;
+}
+
+std::int32_t CPrintChannel::AfterFailedConnect(std::uint32_t result, ChannelState& state) {
+    switch (result) {
+        case ERROR_TIMEOUT:  // 1460: still being made
+            state = ChannelState::kConnectPending;
+            UpdatePortStatus();
+            return 0;
+        case WSAETIMEDOUT:  // 10060
+            state = ChannelState::kConnectTimedOut;
+            UpdatePortStatus();
+            CloseConnection();
+            return 0;
+        default:
+            state = ChannelState::kConnectFailed;
+            UpdatePortStatus();
+            m_pStreamSocket.reset();
+            return -1;
+    }
+}
+
+void CPrintChannel::CloseConnection() {
+    if (m_pStreamSocket) {
+        m_pStreamSocket->close();
+        m_pStreamSocket.reset();
+    }
+}
+
+std::int32_t CPrintChannel::SendOnce(const BYTE* data, std::int32_t length) {
+    return m_pStreamSocket ? m_pStreamSocket->send(data, length, GetWaitServerReplyTimeout()) : -1;
 }
 
 }  // namespace ksp

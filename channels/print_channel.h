@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -44,6 +45,9 @@ class CPrintChannel {
     // The printer's status word, asked of the printer at most once in 11 seconds; always 0 on the
     // ID-print monitor, which does not ask.
     virtual std::uint32_t PollPrinterStatus(const std::wstring& hostName);
+    // The port's word that somebody wants the job to end now; it outlives the channel. A channel
+    // that waits for its printer looks at it.
+    void WatchEndRequest(const std::atomic<bool>& requested) noexcept { m_endRequest = &requested; }
     // Told by the port whenever it changes the printer's status.
     virtual void SetPrinterStatus(std::uint32_t status) { m_cachedStatus = status; }
     // Sends everything: the bytes sent (fewer than asked after the second time-out), or -1.
@@ -59,6 +63,17 @@ class CPrintChannel {
     // EndDoc of the channels that deliver while the job is written: ends the connection and gives
     // the printer its former status back.
     std::int32_t EndStreamedDoc();
+    // What a connect that did not yield a connection means for a write, and the state it leads to:
+    // 1460 keeps the pending socket, 10060 and every other failure end it. 0 to be called again, or
+    // -1.
+    std::int32_t AfterFailedConnect(std::uint32_t result, ChannelState& state);
+    void CloseConnection();
+    // One send with the reply time-out. A job whose connection was ended from outside cannot go on:
+    // -1.
+    std::int32_t SendOnce(const BYTE* data, std::int32_t length);
+    [[nodiscard]] bool IsEndRequested() const noexcept {
+        return m_endRequest != nullptr && m_endRequest->load();
+    }
 
     IPortServices& m_services;
     std::uint32_t m_lastPoll = 0;      // tick count, milliseconds
@@ -68,6 +83,9 @@ class CPrintChannel {
     std::uint32_t m_savedStatus = 0;                   // the printer's status at StartDoc
     std::uint32_t m_portId = 0;
     CProtocolInfo* m_protocolInfo = nullptr;  // the derived channel's own settings
+
+  private:
+    const std::atomic<bool>* m_endRequest = nullptr;
 };
 
 }  // namespace ksp

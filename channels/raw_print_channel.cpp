@@ -1,6 +1,5 @@
 #include "channels/raw_print_channel.h"
 
-#include "net/reply_timeout.h"
 #include "support/log.h"
 
 namespace ksp {
@@ -11,10 +10,7 @@ CRawPrintChannel::CRawPrintChannel(const CRawProtocolInfo& info, IPortServices& 
 }
 
 std::int32_t CRawPrintChannel::SetProtocolInfo(const CProtocolInfo& info) {
-    if (m_pStreamSocket) {
-        m_pStreamSocket->close();
-        m_pStreamSocket.reset();
-    }
+    CloseConnection();
     if (&info != &m_info) {
         m_info.SetPortNumber(info.GetPortNumber());
         m_info.SetHostName(info.GetHostName());
@@ -89,30 +85,11 @@ std::int32_t CRawPrintChannel::WaitAndSend(Bytes bytes) {
 }
 
 std::int32_t CRawPrintChannel::AfterConnect(std::uint32_t result, Bytes bytes) {
-    switch (result) {
-        case 0:
-            return Send(bytes);
-        case ERROR_TIMEOUT:  // 1460: still being made
-            m_state = ChannelState::kConnectPending;
-            UpdatePortStatus();
-            return 0;
-        case WSAETIMEDOUT:  // 10060
-            m_state = ChannelState::kConnectTimedOut;
-            UpdatePortStatus();
-            m_pStreamSocket->close();
-            m_pStreamSocket.reset();
-            return 0;
-        default:
-            m_state = ChannelState::kConnectFailed;
-            UpdatePortStatus();
-            m_pStreamSocket.reset();
-            return -1;
-    }
+    return result == 0 ? Send(bytes) : AfterFailedConnect(result, m_state);
 }
 
 std::int32_t CRawPrintChannel::Send(Bytes bytes) {
-    const std::int32_t sent =
-        m_pStreamSocket->send(bytes.data, bytes.length, GetWaitServerReplyTimeout());
+    const std::int32_t sent = SendOnce(bytes.data, bytes.length);
     if (sent > 0) {
         m_state = ChannelState::kSending;
         m_services.SetPortStatus(m_portId, 0);

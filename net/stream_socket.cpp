@@ -249,6 +249,12 @@ std::int32_t CSLStreamSocket::recv(void* data, std::int32_t length, std::uint32_
     return RecvWithRetries(m_socket.Get(), static_cast<char*>(data), length);
 }
 
+void CSLStreamSocket::SendAtOnce() noexcept {
+    const BOOL on = TRUE;
+    ::setsockopt(m_socket.Get(), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&on),
+                 sizeof(on));
+}
+
 std::uint32_t CSLStreamSocket::close() {
     if (!m_socket) {
         return 0;

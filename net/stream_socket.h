@@ -46,6 +46,9 @@ class CSLStreamSocket : public CSLSocket {
     [[nodiscard]] std::uint32_t selectforconnect();
     [[nodiscard]] std::int32_t send(const void* data, std::int32_t length, std::uint32_t seconds);
     [[nodiscard]] std::int32_t recv(void* data, std::int32_t length, std::uint32_t seconds);
+    // Lets small sends go out at once instead of waiting for the printer's acknowledgement of the
+    // ones before them.
+    void SendAtOnce() noexcept;
     // Graceful: what was sent still arrives, and what the printer still says is read and dropped,
     // for at most as long as the connection may linger (100 seconds).
     virtual std::uint32_t close();

@@ -1,6 +1,8 @@
 #include "ports/port.h"
 
+#include "channels/lpr_print_channel.h"
 #include "channels/raw_print_channel.h"
+#include "channels/xlpr_print_channel.h"
 #include "ports/registry_store.h"
 #include "support/log.h"
 #include "support/process_state.h"
@@ -22,24 +24,36 @@ std::unique_ptr<CPrintChannel> NewRawChannel(const CPortInfo& info, IPortService
     return std::make_unique<CRawPrintChannel>(settings, services);
 }
 
+std::unique_ptr<CPrintChannel> NewLprChannel(const CPortInfo& info, bool extended,
+                                             IPortServices& services) {
+    const CLprProtocolInfo settings(info.PrinterAddress, info.QueueName, extended);
+    if (extended) {
+        return std::make_unique<CXlprPrintChannel>(settings, services);
+    }
+    return std::make_unique<CLprPrintChannel>(settings, services);
+}
+
 // The channel for the record's protocol; null, with its log lines, when there is none.
 std::unique_ptr<CPrintChannel> NewChannel(const CPortInfo& info, IPortServices& services) {
-    switch (static_cast<ProtocolId>(info.ProtocolID)) {
-        case ProtocolId::kRaw:
-            try {
+    try {
+        switch (static_cast<ProtocolId>(info.ProtocolID)) {
+            case ProtocolId::kLpr:
+                return NewLprChannel(info, false, services);
+            case ProtocolId::kXlpr:
+                return NewLprChannel(info, true, services);
+            case ProtocolId::kRaw:
                 return NewRawChannel(info, services);
-            } catch (const std::bad_alloc&) {
-                Log(LogLevel::kError, L"error creating print channel");
+            case ProtocolId::kIpp:
+                Log(LogLevel::kInfo, L"creating ipp print channel");
+                Log(LogLevel::kError, L"ipp print channel not supported");
                 return nullptr;
-            }
-        case ProtocolId::kIpp:
-            Log(LogLevel::kInfo, L"creating ipp print channel");
-            Log(LogLevel::kError, L"ipp print channel not supported");
-            return nullptr;
-        default:
-            Log(LogLevel::kError, L"Invalid Protocol ID : %d", info.ProtocolID);
-            return nullptr;
+        }
+    } catch (const std::bad_alloc&) {
+        Log(LogLevel::kError, L"error creating print channel");
+        return nullptr;
     }
+    Log(LogLevel::kError, L"Invalid Protocol ID : %d", info.ProtocolID);
+    return nullptr;
 }
 
 }  // namespace
@@ -85,6 +99,7 @@ bool CPort::CreatePrintChannel(const CPortInfo& info) {
         Log(LogLevel::kError, L"CreatePrintChannel Failed. ProtocolID=%d", info.ProtocolID);
         return false;
     }
+    m_channel->WatchEndRequest(m_giveUpRequested);
     return true;
 }
 
@@ -119,7 +134,10 @@ bool CPort::HasChannel() {
     return has;
 }
 
-bool CPort::CloseChannel() {
+bool CPort::CloseChannel(Unfinished job) {
+    if (job == Unfinished::kGiveUp) {
+        m_giveUpRequested = true;
+    }
     m_closeRequested = true;
     return RunRequestedClose();
 }
@@ -135,6 +153,7 @@ bool CPort::RunRequestedClose() {
         }
         m_closeRequested = false;
         closed = !m_channel || !m_channel->IsOpen() || m_channel->EndDoc() == 0;
+        m_giveUpRequested = false;
     }
     return closed;
 }

@@ -42,12 +42,12 @@ class CPort {
     // Puts a channel for the record in the place of the present one, unless a job is on it. With
     // kNoChannel the port is left without one.
     [[nodiscard]] ExchangeResult ExchangePrintChannel(const CPortInfo& info);
+    // What becomes of a job that is still on the channel when it is closed: it is ended as
+    // EndDocPort would end it, or given up, because its port goes.
+    enum class Unfinished { kEnd, kGiveUp };
     // Closes the channel if it is open. While a job's operation is in it, that operation closes it
     // at its end. False when the channel could not be closed.
-    [[nodiscard]] bool CloseChannel();
-    // Set by a CloseChannel that has not been carried out yet: a job's operation that waits for its
-    // printer ends on it.
-    [[nodiscard]] bool IsCloseRequested() const noexcept { return m_closeRequested.load(); }
+    [[nodiscard]] bool CloseChannel(Unfinished job);
 
     // Tells the spooler and the channel a new printer status, when it differs from the last one.
     bool SetStatus(std::uint32_t status);
@@ -91,6 +91,7 @@ class CPort {
     UniqueHandle m_jobEvent;     // manual reset
     SRWLOCK m_jobLock{};         // held by the job's operation that runs
     std::atomic<bool> m_closeRequested{false};
+    std::atomic<bool> m_giveUpRequested{false};  // the channel watches it while it waits
 };
 
 // Holds a port for one operation of its job. Operations of one job do not overlap; where a spooler

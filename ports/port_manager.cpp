@@ -159,7 +159,8 @@ bool CPortManager::DeletePort(const std::wstring& name) {
         return false;
     }
     Log(LogLevel::kTrace, L"Call ClosePort()");
-    ClosePort(id);
+    // The lock is held: nothing of a job may be delivered now, however long its printer would take.
+    ClosePort(id, CPort::Unfinished::kGiveUp);
     if (!m_ports.FindPortById(id)) {
         Log(LogLevel::kError, L"port not found");
         return false;
@@ -174,16 +175,16 @@ bool CPortManager::DeletePort(const std::wstring& name) {
     return true;
 }
 
-bool CPortManager::ClosePort(std::uint32_t id) {
+bool CPortManager::ClosePort(std::uint32_t id, CPort::Unfinished job) {
     try {
-        return ClosePortNow(id);
+        return ClosePortNow(id, job);
     } catch (...) {
         Log(LogLevel::kCritical, L"Exception error in ClosePort.");
         return false;
     }
 }
 
-bool CPortManager::ClosePortNow(std::uint32_t id) {
+bool CPortManager::ClosePortNow(std::uint32_t id, CPort::Unfinished job) {
     Log(LogLevel::kTrace, L"called close port");
     const auto port = GetPortByHandle(id);
     if (!port) {
@@ -197,7 +198,7 @@ bool CPortManager::ClosePortNow(std::uint32_t id) {
         Log(LogLevel::kError, L"cannot get print channel");
         return false;
     }
-    if (!port->CloseChannel()) {
+    if (!port->CloseChannel(job)) {
         Log(LogLevel::kError, L"cannot close print channel");
         return false;
     }

@@ -72,8 +72,8 @@ class CPortManager : public IPortServices {
     // Null, with a log line, for an unknown id.
     [[nodiscard]] std::shared_ptr<CPort> GetPortByHandle(std::uint32_t id) const;
 
-    // Ends the use of a port; the open job on it, if any, is ended with it.
-    bool ClosePort(std::uint32_t id);
+    // Ends the use of a port, and with it the job that is still open on it, if any.
+    bool ClosePort(std::uint32_t id, CPort::Unfinished job = CPort::Unfinished::kEnd);
 
     // --- Services for the channels (port_services.cpp)
 
@@ -82,11 +82,13 @@ class CPortManager : public IPortServices {
     // of the pool with it.
     bool SetPortStatus(std::uint32_t portId, std::uint32_t status) override;
     bool ClearPortStatus(std::uint32_t portId) override;
+    [[nodiscard]] bool IsJobEnded(std::uint32_t portId) override;
+    bool SetJobError(std::uint32_t portId) override;
 
   private:
     void StartLogger() noexcept;
     void TerminateNow();
-    bool ClosePortNow(std::uint32_t id);
+    bool ClosePortNow(std::uint32_t id, CPort::Unfinished job);
     bool AddNewPort(const CPortInfo& info);
     bool UpdateExistingPort(const CPortInfo& info);
 

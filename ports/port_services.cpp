@@ -24,6 +24,13 @@ constexpr std::uint32_t kOffline = PRINTER_STATUS_OFFLINE;  // 0x80
     return answer == SpoolerAnswer::kOk;
 }
 
+// The port's job with everything that the spooler knows of it.
+[[nodiscard]] SpoolerAnswer ReadJob(const CPort& port, SpoolerRecords& records) {
+    return records.Read([&port](BYTE* buffer, DWORD size, DWORD* needed) {
+        return ::GetJobW(port.Printer(), port.JobId(), 2, buffer, size, needed);
+    });
+}
+
 // A pooled printer has several ports, listed with commas.
 [[nodiscard]] bool IsPooled(const CPort& port) {
     SpoolerRecords records;
@@ -65,6 +72,32 @@ bool CPortManager::ClearPortStatus(std::uint32_t portId) {
     }
     port->SetStatus(0);
     return true;
+}
+
+bool CPortManager::IsJobEnded(std::uint32_t portId) {
+    constexpr DWORD kEnded = JOB_STATUS_DELETED | JOB_STATUS_DELETING | JOB_STATUS_RESTART;
+    const auto port = m_ports.FindPortById(portId);
+    SpoolerRecords job;
+    return port && port->GetJobInfo(job) && (job.As<JOB_INFO_1W>()->Status & kEnded) != 0;
+}
+
+bool CPortManager::SetJobError(std::uint32_t portId) {
+    const auto port = m_ports.FindPortById(portId);
+    SpoolerRecords records;
+    const SpoolerAnswer answer = !port ? SpoolerAnswer::kNotRead : ReadJob(*port, records);
+    if (answer == SpoolerAnswer::kNoMemory) {
+        Log(LogLevel::kCritical, L"memory allocation failure");
+        return false;
+    }
+    if (answer == SpoolerAnswer::kOk) {
+        auto* const job = records.As<JOB_INFO_2W>();
+        job->Status |= JOB_STATUS_ERROR;
+        if (::SetJobW(port->Printer(), port->JobId(), 2, records.As<BYTE>(), 0) != FALSE) {
+            return true;
+        }
+    }
+    Log(LogLevel::kError, L"error retrieving job info");
+    return false;
 }
 
 }  // namespace ksp
