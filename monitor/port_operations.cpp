@@ -1,9 +1,8 @@
 #include "monitor/port_operations.h"
 
-#include <algorithm>
-#include <limits>
-
+#include "monitor/confirmation_print.h"
 #include "monitor/handle_id.h"
+#include "monitor/job_data.h"
 #include "ports/registry_store.h"
 #include "support/log.h"
 
@@ -14,11 +13,6 @@ namespace {
 constexpr std::int32_t kChannelOpened = 0;
 constexpr std::int32_t kChannelOpenedAlready = 0x23000003;
 constexpr DWORD kPausedJobPause = 2000;  // milliseconds
-
-std::int32_t CountOf(DWORD size) {
-    constexpr auto kMost = static_cast<DWORD>(std::numeric_limits<std::int32_t>::max());
-    return static_cast<std::int32_t>(std::min(size, kMost));
-}
 
 // A printer without full access is still good for everything but its status.
 UniquePrinter OpenJobPrinter(wchar_t* printerName) {
@@ -56,6 +50,20 @@ CPortInfo ReadRecord(const CPort& port) {
     return info;
 }
 
+// An ID-print printer that does not answer must not be sent a job: it would vanish in silence.
+[[nodiscard]] bool IsPrinterReady(const CPort& port, const CPortInfo& info) {
+    if (RegistryStore().Type() != MonitorType::kIdPrint || port.Channel() == nullptr) {
+        return true;
+    }
+    const CProtocolInfo* const settings = port.Channel()->GetProtocolInfo();
+    if (CSLIpAddr::isSecureReachable(settings->GetHostName(),
+                                     static_cast<std::uint16_t>(info.CheckPortNo))) {
+        return true;
+    }
+    Log(LogLevel::kCritical, L"CSLIpAddr::isSecureReachable not Connect");
+    return false;
+}
+
 // False when the port has no channel or the spooler does not know the job.
 [[nodiscard]] bool ReadJobState(const CPort& port, bool& paused) {
     if (port.Channel() == nullptr) {
@@ -77,7 +85,7 @@ std::int32_t WriteToChannel(const CPort& port, const BYTE* data, DWORD size) {
     if (port.Name().empty() || RegistryStore().ReadPort(port.Name().c_str(), info) == 0) {
         return 0;
     }
-    return port.Channel()->WritePort(data, CountOf(size));
+    return WriteJobData(port, info, data, size);
 }
 
 [[nodiscard]] bool ReportWritten(std::int32_t taken, DWORD* written) {
@@ -168,8 +176,11 @@ bool CPortOperations::StartDocPortNow(HANDLE handle, wchar_t* printerName, DWORD
     }
     const CJobScope scope(*port);
     port->SetJob(std::move(printer), jobId);
-    [[maybe_unused]] const CPortInfo info = ReadRecord(*port);
+    if (!IsPrinterReady(*port, ReadRecord(*port))) {
+        return false;
+    }
     port->SetStatus(0);
+    LaunchConfirmationPrint(port->Name().c_str(), printerName, document);
     Log(LogLevel::kTrace, L"try open print channel.");
     CPrintChannel* const channel = port->Channel();
     if (channel == nullptr) {

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "ports/spooler_query.h"
+#include "support/spooler_query.h"
 #include "support/log.h"
 
 namespace ksp {

@@ -31,6 +31,11 @@ class CSLIpAddr {
     // cannot be looked for because the discovery library does not start.
     [[nodiscard]] std::uint32_t getByNamePrinting(const std::wstring& name, std::int32_t family);
 
+    // Whether an ID-print printer answers on its check port: it is sent "CONF_REQ" and answers with
+    // the 32-bit code 100 (little-endian) and the characters O and K. Bounded by the connect and
+    // reply time-outs.
+    [[nodiscard]] static bool isSecureReachable(const std::wstring& name, std::uint16_t port);
+
     [[nodiscard]] in_addr Address() const noexcept { return m_address; }
     [[nodiscard]] Origin AddressOrigin() const noexcept { return m_origin; }
     [[nodiscard]] std::int32_t Length() const noexcept { return m_length; }

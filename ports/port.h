@@ -10,7 +10,7 @@
 #include "channels/port_services.h"
 #include "channels/print_channel.h"
 #include "ports/port_info.h"
-#include "ports/spooler_query.h"
+#include "support/spooler_query.h"
 #include "support/windows_handles.h"
 
 namespace ksp {

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "ports/registry_store.h"
-#include "ports/spooler_query.h"
+#include "support/spooler_query.h"
 #include "support/log.h"
 
 namespace ksp {

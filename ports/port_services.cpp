@@ -2,7 +2,7 @@
 
 #include <cwchar>
 
-#include "ports/spooler_query.h"
+#include "support/spooler_query.h"
 #include "support/log.h"
 
 namespace ksp {
