@@ -3,6 +3,7 @@
 #include <new>
 #include <string_view>
 
+#include "ports/port_record_forms.h"
 #include "ports/registry_store.h"
 #include "support/spooler_query.h"
 #include "support/log.h"
@@ -72,6 +73,11 @@ DWORD CPortManager::PortExistsInSystem(const wchar_t* name) {
 }
 
 bool CPortManager::AddPort(CPortInfo info) {
+    if (!IsPortNameValid(info.PortName)) {
+        ::SetLastError(ERROR_INVALID_DATA);
+        Log(LogLevel::kError, L"invalidate Port");
+        return false;
+    }
     if (PortExistsInSystem(info.PortName.c_str()) == ERROR_SUCCESS &&
         m_ports.FindPortIdByName(info.PortName) == kNoId) {
         Log(LogLevel::kError, L"invalidate Port");
