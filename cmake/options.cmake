@@ -15,6 +15,10 @@ target_compile_definitions(ksp_options INTERFACE
     NTDDI_VERSION=0x0A000000)
 
 if(MSVC)
+    # The formats and addresses that are meant are those of the older functions.
+    target_compile_definitions(ksp_options INTERFACE
+        _CRT_SECURE_NO_WARNINGS
+        _WINSOCK_DEPRECATED_NO_WARNINGS)
     target_compile_options(ksp_options INTERFACE
         "$<$<COMPILE_LANGUAGE:CXX>:/permissive-;/utf-8;/EHsc;/Zc:__cplusplus>")
 else()

@@ -69,7 +69,8 @@ endfunction()
 # One CTest entry: the tests of a program that a GoogleTest filter lets through.
 function(ksp_add_test_entry name target filter)
     add_test(NAME ${name}
-        COMMAND ${target} "--gtest_filter=${filter}"
+        COMMAND "${PROJECT_SOURCE_DIR}/cmake/test-run" "$<TARGET_FILE:${target}>"
+                "--gtest_filter=${filter}"
         WORKING_DIRECTORY "${ksp_tests_dir}")
     set_property(TEST ${name} PROPERTY FAIL_REGULAR_EXPRESSION "Running 0 tests from")
 endfunction()

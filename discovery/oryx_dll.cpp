@@ -18,9 +18,10 @@ struct LibraryPathState {
     std::atomic<bool> ready{false};
 };
 
+LibraryPathState g_pathState;
+
 LibraryPathState& PathState() {
-    static LibraryPathState state;
-    return state;
+    return g_pathState;
 }
 
 // Never unloaded: the library's own threads may still run in it when the last wrapper is gone.

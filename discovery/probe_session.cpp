@@ -6,6 +6,7 @@
 
 #include "discovery/library_owners.h"
 #include "discovery/xml_document.h"
+#include "support/immortal.h"
 #include "support/log.h"
 #include "support/srw_lock.h"
 
@@ -40,9 +41,10 @@ class CRunningSessions {
     std::uintptr_t m_last = 0;
 };
 
+CImmortal<CRunningSessions> g_runningSessions;
+
 CRunningSessions& RunningSessions() {
-    static CRunningSessions sessions;
-    return sessions;
+    return g_runningSessions.Get();
 }
 
 }  // namespace

@@ -46,23 +46,20 @@ bool HasAttribute(IXMLDOMElement* element, BSTR name, BSTR value) {
 class CChildren {
   public:
     explicit CChildren(IXMLDOMNode* parent) {
-        if (parent->get_childNodes(m_list.Receive()) != S_OK || !m_list ||
-            m_list.Get()->get_length(&m_count) != S_OK) {
-            m_count = 0;
-        }
+        static_cast<void>(parent->get_childNodes(m_list.Receive()));
     }
 
     // The next child that is an element; none at the end.
     [[nodiscard]] UniqueCom<IXMLDOMElement> NextElement() {
         UniqueCom<IXMLDOMElement> element;
-        while (!element && m_next < m_count) {
-            UniqueCom<IXMLDOMNode> node;
-            if (m_list.Get()->get_item(m_next++, node.Receive()) == S_OK && node) {
-                // A node that is no element leaves the slot empty.
-                void* found = nullptr;
-                if (node.Get()->QueryInterface(kXmlDomElement, &found) == S_OK) {
-                    element.Reset(static_cast<IXMLDOMElement*>(found));
-                }
+        UniqueCom<IXMLDOMNode> node;
+        // From one to the next: an index may be looked up from the front each time, and a document
+        // from the network has as many children as its sender likes.
+        while (!element && m_list && m_list.Get()->nextNode(node.Receive()) == S_OK && node) {
+            // A node that is no element leaves the slot empty.
+            void* found = nullptr;
+            if (node.Get()->QueryInterface(kXmlDomElement, &found) == S_OK) {
+                element.Reset(static_cast<IXMLDOMElement*>(found));
             }
         }
         return element;
@@ -70,8 +67,6 @@ class CChildren {
 
   private:
     UniqueCom<IXMLDOMNodeList> m_list;
-    long m_count = 0;
-    long m_next = 0;
 };
 
 }  // namespace

@@ -19,9 +19,10 @@ struct CMonitor {
     CXcvOperations xcv{manager};
 };
 
+CMonitor g_monitor;
+
 CMonitor& Monitor() {
-    static CMonitor monitor;
-    return monitor;
+    return g_monitor;
 }
 
 BOOL AsBool(bool value) noexcept {

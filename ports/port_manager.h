@@ -26,7 +26,7 @@ class CPortManager : public IPortServices {
     static constexpr std::uint32_t kNoId = CPortList::kNoId;
 
     // The usage outlives the manager.
-    explicit CPortManager(IPortUsage& usage);
+    explicit CPortManager(IPortUsage& usage) : m_usage(usage) {}
     ~CPortManager() override;
     CPortManager(const CPortManager&) = delete;
     CPortManager& operator=(const CPortManager&) = delete;

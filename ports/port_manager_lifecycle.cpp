@@ -31,14 +31,13 @@ bool IsMonitorType(std::uint32_t type) {
 
 }  // namespace
 
-// Termination logs and closes the registry keys, so both must have been made before the manager.
-CPortManager::CPortManager(IPortUsage& usage) : m_usage(usage) {
-    static_cast<void>(Logger());
-    static_cast<void>(RegistryStore());
-}
-
 CPortManager::~CPortManager() {
     Terminate();
+    // A start-up that failed leaves the store open and the log running for the next attempt.
+    if (!IsProcessEnding()) {
+        RegistryStore().CloseStore();
+    }
+    Logger().Stop();
 }
 
 bool CPortManager::Initialize(const MONITORINIT* init) {

@@ -1,5 +1,6 @@
 #include "ports/registry_key.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -91,17 +92,20 @@ std::optional<std::wstring> CRegistryKey::ReadText(const wchar_t* name) const {
     void* data = inPlace;
     DWORD type = REG_NONE;
     DWORD size = sizeof(inPlace);
+    std::size_t room = size;
     LONG result = m_access->QueryValue(m_key, name, &type, data, &size);
     // The value can grow between two calls; a writer that keeps doing so is not waited for.
     for (int attempt = 0; result == ERROR_MORE_DATA && type == REG_SZ && attempt < 3; ++attempt) {
         large.resize(size);
         data = large.data();
+        room = large.size();
         result = m_access->QueryValue(m_key, name, &type, data, &size);
     }
     if (result != ERROR_SUCCESS || type != REG_SZ) {
         return std::nullopt;
     }
-    return TextOfValue(data, size);
+    // A spooler's function may claim more than it was given room for.
+    return TextOfValue(data, std::min<std::size_t>(size, room));
 }
 
 std::optional<std::wstring> CRegistryKey::SubkeyName(DWORD index) const {

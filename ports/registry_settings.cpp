@@ -1,5 +1,6 @@
 #include "ports/registry_store.h"
 
+#include <algorithm>
 #include <new>
 
 #include "support/log.h"
@@ -148,7 +149,7 @@ int CRegistryStore::GetNotifierCommand(std::wstring& command) {
         }
         name[kBuffer - 1] = L'\0';
         if (type == REG_SZ && std::wstring_view(name).find(L"NAME") != std::wstring_view::npos) {
-            command = TextOfValue(data, size);
+            command = TextOfValue(data, std::min<std::size_t>(size, sizeof(data)));
             return 1;
         }
     }

@@ -1,11 +1,14 @@
 #include "ports/registry_store.h"
 
+#include "support/immortal.h"
 #include "support/log.h"
 #include "support/process_state.h"
 
 namespace ksp {
 
 namespace {
+
+CImmortal<CRegistryStore> g_store;
 
 constexpr wchar_t kMonitorsPath[] = L"SYSTEM\\CurrentControlSet\\Control\\Print\\Monitors";
 constexpr wchar_t kPortsName[] = L"Ports";
@@ -16,13 +19,7 @@ constexpr wchar_t kLocalSegment[] = L"LocalSegment";
 }  // namespace
 
 CRegistryStore& RegistryStore() noexcept {
-    static CRegistryStore store;
-    return store;
-}
-
-// The store logs, also while it is destroyed, so the logger must have been made before it.
-CRegistryStore::CRegistryStore() {
-    static_cast<void>(Logger());
+    return g_store.Get();
 }
 
 CRegistryStore::~CRegistryStore() {

@@ -24,7 +24,7 @@ namespace ksp {
 // empty, a missing setting as its default. Operations that return int answer 1 for success, else 0.
 class CRegistryStore : public ILogSettings {
   public:
-    CRegistryStore();
+    CRegistryStore() = default;
     ~CRegistryStore() override;
     CRegistryStore(const CRegistryStore&) = delete;
     CRegistryStore& operator=(const CRegistryStore&) = delete;
@@ -94,8 +94,8 @@ class CRegistryStore : public ILogSettings {
     MonitorType m_type = MonitorType::kNone;
 };
 
-// The process's store. Whoever uses it while the library unloads must have called this at
-// construction, so that the store is destroyed after it.
+// The process's store; there for as long as the library is loaded. The port manager opens and
+// closes it.
 [[nodiscard]] CRegistryStore& RegistryStore() noexcept;
 
 }  // namespace ksp

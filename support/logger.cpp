@@ -5,12 +5,15 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "support/immortal.h"
 #include "support/log_rotation.h"
 #include "support/process_state.h"
 
 namespace ksp {
 
 namespace {
+
+CImmortal<CLogger> g_logger;
 
 constexpr std::size_t kFormatBuffer = 1024;  // characters, the terminator included
 
@@ -50,8 +53,7 @@ std::wstring Suffix(const wchar_t* source, std::uint32_t line) {
 }  // namespace
 
 CLogger& Logger() noexcept {
-    static CLogger logger;
-    return logger;
+    return g_logger.Get();
 }
 
 bool CLogger::Start(ILogSettings& settings) noexcept {
@@ -86,6 +88,9 @@ void CLogger::Stop() noexcept {
     m_initialised = false;
     m_threshold = kNothing;
     m_file.Close();
+    m_file.SetPath(nullptr);
+    m_directory = std::wstring();
+    m_fileName = std::wstring();
     m_lock.Delete();
 }
 

@@ -88,8 +88,7 @@ class CLogger {
     CCriticalSection m_lock;
 };
 
-// The process's logger. Whoever logs while the library unloads must have called this at
-// construction, so that the logger is destroyed after it.
+// The process's logger; there for as long as the library is loaded.
 [[nodiscard]] CLogger& Logger() noexcept;
 
 }  // namespace ksp

@@ -1,0 +1,61 @@
+#include "support/text.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace ksp {
+namespace {
+
+using namespace std::string_view_literals;
+
+// Bytes of the ANSI code page whose characters exist in every one that Windows uses.
+std::wstring AnsiCharacters() {
+    std::wstring text;
+    for (int byte = 0x80; byte <= 0xFF; ++byte) {
+        const char narrow = static_cast<char>(byte);
+        wchar_t wide = L'\0';
+        if (::MultiByteToWideChar(CP_ACP, MB_ERR_INVALID_CHARS, &narrow, 1, &wide, 1) == 1) {
+            text += wide;
+        }
+    }
+    return text;
+}
+
+TEST(TextTest, ConvertsEmptyTexts) {
+    EXPECT_EQ(ToAnsi(L""), "");
+    EXPECT_EQ(FromAnsi(""), L"");
+}
+
+TEST(TextTest, KeepsAsciiAndEmbeddedZeros) {
+    EXPECT_EQ(ToAnsi(L"a\0b\r\n"sv), "a\0b\r\n"sv);
+    EXPECT_EQ(FromAnsi("a\0b\r\n"sv), L"a\0b\r\n"sv);
+}
+
+TEST(TextTest, ConvertsOnlyTheViewedPart) {
+    EXPECT_EQ(ToAnsi(L"abcdef"sv.substr(1, 3)), "bcd");
+    EXPECT_EQ(FromAnsi("abcdef"sv.substr(1, 3)), L"bcd");
+}
+
+TEST(TextTest, ConvertsThroughTheAnsiCodePageAndBack) {
+    if (::GetACP() == CP_UTF8) {
+        GTEST_SKIP() << "UTF-8 has no single bytes beyond ASCII";
+    }
+    const std::wstring wide = AnsiCharacters();
+    ASSERT_FALSE(wide.empty());
+    const std::string narrow = ToAnsi(wide);
+    EXPECT_EQ(narrow.size(), wide.size()) << "one byte a character";
+    EXPECT_EQ(FromAnsi(narrow), wide);
+}
+
+TEST(TextTest, PutsTheDefaultCharacterForWhatTheCodePageLacks) {
+    if (::GetACP() == CP_UTF8) {
+        GTEST_SKIP() << "UTF-8 lacks no character";
+    }
+    EXPECT_EQ(ToAnsi(L"a\u4E2Db\u0E01c"), "a?b?c");
+}
+
+}  // namespace
+}  // namespace ksp
