@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+#include "tools/host/memory_registry.h"
+
+namespace ksp::print {
+
+// How the monitor finds its registry: what an administrator would have configured.
+struct MonitorSetup {
+    std::wstring program_directory;  // where the monitor looks for its companion libraries
+    std::wstring log_directory;      // the log holds every line, from TRACE on
+    std::wstring port;
+    std::wstring printer_address;
+    DWORD protocol_id = 0;
+};
+
+void Configure(const MonitorSetup& setup, host::MemoryRegistry* registry);
+
+std::wstring LogPath(const MonitorSetup& setup);
+// Below the monitor's root key.
+std::wstring PortKey(const MonitorSetup& setup);
+
+}  // namespace ksp::print

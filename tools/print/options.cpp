@@ -1,0 +1,126 @@
+#include "tools/print/options.h"
+
+#include <algorithm>
+
+#include "tools/print/printer_address.h"
+
+namespace ksp::print {
+namespace {
+
+constexpr unsigned kLongestPatience = 3600;
+constexpr size_t kPatienceDigits = 4;
+
+std::wstring ProtocolNames() {
+    std::wstring names;
+    for (const Protocol& protocol : Protocols()) {
+        names += (names.empty() ? L"" : L", ") + std::wstring(protocol.name);
+    }
+    return names;
+}
+
+std::wstring TakeProtocol(const std::wstring& value, Options* options) {
+    options->protocol = FindProtocol(value);
+    if (options->protocol == nullptr) {
+        return L"the protocol \"" + value + L"\" is not known; known: " + ProtocolNames();
+    }
+    return L"";
+}
+
+std::wstring TakePrinter(const std::wstring& value, Options* options) {
+    options->printer = value;
+    return CheckPrinterAddress(value);
+}
+
+std::wstring TakePatience(const std::wstring& value, Options* options) {
+    const bool is_number =
+        !value.empty() && value.size() <= kPatienceDigits &&
+        std::all_of(value.begin(), value.end(), [](wchar_t c) { return c >= L'0' && c <= L'9'; });
+    options->patience = is_number ? static_cast<unsigned>(std::stoul(value)) : 0;
+    if (options->patience < 1 || options->patience > kLongestPatience) {
+        return L"the patience is a number of seconds from 1 to " +
+               std::to_wstring(kLongestPatience) + L", not \"" + value + L"\"";
+    }
+    return L"";
+}
+
+struct ValueOption {
+    std::wstring_view name;
+    std::wstring (*take)(const std::wstring& value, Options* options);
+};
+
+constexpr ValueOption kValueOptions[] = {
+    {L"--protocol", TakeProtocol},
+    {L"--printer", TakePrinter},
+    {L"--patience", TakePatience},
+};
+
+std::wstring TakeFile(const std::wstring& name, Options* options) {
+    if (name.empty()) {
+        return L"the name of the file is empty";
+    }
+    if (!options->file.empty()) {
+        return L"one file at a time: \"" + options->file + L"\" or \"" + name + L"\"";
+    }
+    options->file = name;
+    return L"";
+}
+
+}  // namespace
+
+std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* options) {
+    bool only_files = false;  // after --
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::wstring& argument = arguments[i];
+        std::wstring problem;
+        if (only_files || !argument.starts_with(L"-")) {
+            problem = TakeFile(argument, options);
+        } else if (argument == L"--") {
+            only_files = true;
+        } else if (argument == L"--help" || argument == L"-h") {
+            options->help = true;
+            return L"";
+        } else {
+            const auto option =
+                std::find_if(std::begin(kValueOptions), std::end(kValueOptions),
+                             [&](const ValueOption& entry) { return entry.name == argument; });
+            if (option == std::end(kValueOptions)) {
+                return L"unknown option " + argument;
+            }
+            if (++i == arguments.size()) {
+                return argument + L" needs a value";
+            }
+            problem = option->take(arguments[i], options);
+        }
+        if (!problem.empty()) {
+            return problem;
+        }
+    }
+    return L"";
+}
+
+std::wstring Usage() {
+    return L"kspprint [--protocol NAME] [--printer ADDRESS] [--patience SECONDS] [FILE]\n"
+           L"\n"
+           L"Prints a document through the print port monitor kspmon.dll and shows what happens.\n"
+           L"Without FILE it prints a sample of its own: one page of PostScript.\n"
+           L"\n"
+           L"  --protocol NAME     how the job travels: " +
+           ProtocolNames() +
+           L" (default: raw)\n"
+           L"  --printer ADDRESS   a real printer, by IPv4 address or host name. Without it the\n"
+           L"                      program plays a printer on a loopback address and compares\n"
+           L"                      what arrives there with what was sent.\n"
+           L"  --patience SECONDS  give the job up when the printer takes nothing for so long\n"
+           L"                      (default: 20)\n"
+           L"\n"
+           L"The program plays the print spooler, with the kspmon.dll and the winspool.drv that "
+           L"lie\n"
+           L"in its own directory. The system's spooler and the registry stay untouched: "
+           L"printers,\n"
+           L"jobs, ports and settings exist in memory, and for this run only.\n"
+           L"\n"
+           L"Exit code: 0 when everything was printed (and arrived unchanged, where that can be\n"
+           L"seen), 1 when not, 2 when the arguments or the file cannot be used.\n";
+}
+
+}  // namespace ksp::print

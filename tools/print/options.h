@@ -1,0 +1,28 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "tools/print/protocol.h"
+
+namespace ksp::print {
+
+// What the command line asks for.
+struct Options {
+    const Protocol* protocol = FindProtocol(L"raw");
+    std::wstring printer;    // address of a real printer; empty: this program plays one
+    std::wstring file;       // empty: the sample document
+    unsigned patience = 20;  // seconds without progress until the job is given up
+    bool help = false;
+
+    bool plays_printer() const { return printer.empty(); }
+};
+
+// Reads the arguments that follow the program's name. An empty result means that `options` is
+// filled; otherwise it says what is wrong.
+[[nodiscard]] std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* options);
+
+// What --help shows, in lines.
+std::wstring Usage();
+
+}  // namespace ksp::print

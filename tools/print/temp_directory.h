@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+namespace ksp::print {
+
+// A directory of this run's own under the user's temporary directory, removed at the end with
+// everything in it.
+class TempDirectory {
+  public:
+    TempDirectory();
+    ~TempDirectory();
+    TempDirectory(const TempDirectory&) = delete;
+    TempDirectory& operator=(const TempDirectory&) = delete;
+
+    // Without a trailing backslash; empty when it could not be made.
+    const std::wstring& path() const { return path_; }
+
+  private:
+    std::wstring path_;
+};
+
+}  // namespace ksp::print
