@@ -34,7 +34,7 @@ class DemoPrinter {
 
     // False when no loopback address could be taken; nothing else works then.
     [[nodiscard]] bool ready() const { return static_cast<bool>(listener_); }
-    const std::wstring& address() const { return address_; }
+    [[nodiscard]] const std::wstring& address() const { return address_; }
 
     void Knock();
 

@@ -21,14 +21,14 @@ class Document {
     // The next bytes; 0 at the end, and after a failure.
     size_t Read(std::span<uint8_t> buffer);
     // The file could not be read to its end.
-    bool failed() const { return stream_->bad(); }
+    [[nodiscard]] bool failed() const { return stream_->bad(); }
 
-    const std::wstring& name() const { return name_; }
+    [[nodiscard]] const std::wstring& name() const { return name_; }
     // In bytes, as it was before reading began.
-    uint64_t size() const { return size_; }
+    [[nodiscard]] uint64_t size() const { return size_; }
 
     // What was read so far.
-    uint64_t bytes_read() const { return bytes_read_; }
+    [[nodiscard]] uint64_t bytes_read() const { return bytes_read_; }
     // See Sha256::Finish.
     std::wstring FinishSha256() { return sha256_.Finish(); }
 

@@ -15,11 +15,11 @@ struct Run {
     size_t period = 1;
     size_t length = 0;
 
-    size_t times() const { return length / period; }
+    [[nodiscard]] size_t times() const { return length / period; }
     // Lines in front, so that the last group ends where the run ends: what repeats is then cut at
     // the same place as what follows.
-    size_t lead() const { return length % period; }
-    size_t covered() const { return times() < kFewestTimes ? 0 : period * times(); }
+    [[nodiscard]] size_t lead() const { return length % period; }
+    [[nodiscard]] size_t covered() const { return times() < kFewestTimes ? 0 : period * times(); }
 };
 
 Run RunAt(const std::vector<std::wstring>& keys, size_t start, size_t period) {

@@ -15,7 +15,7 @@ struct Options {
     unsigned patience = 20;  // seconds without progress until the job is given up
     bool help = false;
 
-    bool plays_printer() const { return printer.empty(); }
+    [[nodiscard]] bool plays_printer() const { return printer.empty(); }
 };
 
 // Reads the arguments that follow the program's name. An empty result means that `options` is

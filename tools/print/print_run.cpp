@@ -29,7 +29,7 @@ constexpr size_t kWritesOfJob = 40;
 constexpr size_t kSmallestWrite = 4096;
 constexpr size_t kLargestWrite = 65536;
 constexpr uint64_t kSlowestPrinter = 160'000;  // bytes a second
-constexpr uint64_t kPrintingTime = 3;             // seconds, at that speed or faster
+constexpr uint64_t kPrintingTime = 3;          // seconds, at that speed or faster
 constexpr std::chrono::seconds kDeliveryPatience{10};
 
 std::wstring ProgramDirectory() {

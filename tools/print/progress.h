@@ -20,9 +20,9 @@ class Progress {
     // After the job.
     void Finish();
 
-    double seconds() const;
+    [[nodiscard]] double seconds() const;
     // Since the monitor last took bytes, or since the start.
-    double seconds_without_bytes() const;
+    [[nodiscard]] double seconds_without_bytes() const;
 
   private:
     using Clock = std::chrono::steady_clock;

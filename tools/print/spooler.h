@@ -28,7 +28,7 @@ class Spooler {
                 uint64_t size);
 
     // From the one with that number on; the first has number 0.
-    std::vector<WinspoolCall> CallsSince(size_t first) const;
+    [[nodiscard]] std::vector<WinspoolCall> CallsSince(size_t first) const;
 
   private:
     UniqueResource<ModuleTraits> module_;

@@ -14,7 +14,7 @@ class TempDirectory {
     TempDirectory& operator=(const TempDirectory&) = delete;
 
     // Without a trailing backslash; empty when it could not be made.
-    const std::wstring& path() const { return path_; }
+    [[nodiscard]] const std::wstring& path() const { return path_; }
 
   private:
     std::wstring path_;
