@@ -66,6 +66,14 @@ expect_line '^  compared +identical$'
 run "an empty file" 0 empty
 expect_line '^OK: 0 bytes sent, identical bytes received\.$'
 
+for protocol in lpr xlpr; do
+    run "a file over $protocol" 0 --protocol "$protocol" "$file"
+    expect_line "^  received +256 bytes  SHA-256 $digest\$"
+    expect_line '^  compared +identical$'
+done
+run "a daemon that is not there" 1 --protocol lpr --printer 127.200.0.9 --patience 1 "$file"
+expect_line '^FAILED: the printer did not take the job; it was deleted\.$'
+
 # Nobody listens there; bounded by the patience.
 run "a printer that is not there" 1 --printer 127.200.0.9 --patience 1
 expect_line 'WritePort took nothing \(1 time in a row\), trying again$'
@@ -76,7 +84,7 @@ expect_line '^FAILED: the printer took nothing for 1 second\.$'
 expect_no_line '^OK:'
 
 run "help" 0 --help
-expect_line 'script/demo \[--protocol raw\]'
+expect_line 'script/demo \[--protocol raw\|lpr\|xlpr\]'
 run "an unknown option" 2 --colour
 expect_line 'unknown option --colour$'
 run "an option without its value" 2 --printer

@@ -20,6 +20,7 @@ void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     registry->SetText(machine, kSoftwareKey, L"ExeDirectory", setup.program_directory);
     registry->SetText(machine, kSoftwareKey, L"LogDirectory", setup.log_directory);
     registry->SetText(machine, kSoftwareKey, L"LogFileName", kLogFileName);
+    registry->SetText(machine, kSoftwareKey, L"LPRDirectory", setup.log_directory);
     registry->SetDword(machine, kSoftwareKey, L"LogLevel", kTraceLevel);
     registry->SetDword(machine, kSoftwareKey, L"MaxLogSize", kLargestLog);
     registry->SetDword(machine, kSoftwareKey, L"WaitServerReplyTimeout", kReplyTimeout);
@@ -35,7 +36,7 @@ void WritePort(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     registry->SetText(root, key, L"MacAddress", L"");
     registry->SetDword(root, key, L"ProtocolID", setup.protocol_id);
     registry->SetText(root, key, L"PrinterAddress", setup.printer_address);
-    registry->SetText(root, key, L"QueueName", L"");
+    registry->SetText(root, key, L"QueueName", setup.queue);
 }
 
 }  // namespace

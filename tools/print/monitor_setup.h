@@ -12,6 +12,7 @@ struct MonitorSetup {
     std::wstring log_directory;      // the log holds every line, from TRACE on
     std::wstring port;
     std::wstring printer_address;
+    std::wstring queue;  // of an LPR port
     DWORD protocol_id = 0;
 };
 

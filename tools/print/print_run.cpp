@@ -3,12 +3,16 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <memory>
+#include <optional>
 
 #include "tools/host/job_runner.h"
 #include "tools/host/memory_registry.h"
 #include "tools/host/monitor_library.h"
 #include "tools/print/console.h"
+#include "tools/print/delivery_watch.h"
 #include "tools/print/demo_printer.h"
 #include "tools/print/interruption.h"
 #include "tools/print/monitor_log.h"
@@ -58,6 +62,7 @@ class PrintRun {
     void Announce() const;
     void Print();
     void Watch(Progress* progress, host::JobOptions* job_options);
+    void EndHopelessDelivery();
     void Report() const;
 
     const Options& options_;
@@ -69,6 +74,8 @@ class PrintRun {
     std::unique_ptr<DemoPrinter> printer_;  // none for a real printer
     host::MonitorLibrary monitor_;
     JobReport job_;
+    std::optional<std::chrono::steady_clock::time_point> trouble_since_;  // the watch's
+    std::atomic<bool> gave_up_delivery_ = false;
 };
 
 bool PrintRun::Execute() {
@@ -96,6 +103,7 @@ bool PrintRun::Prepare() {
     setup_.log_directory = log_directory_.path();
     setup_.port = kPortName;
     setup_.protocol_id = options_.protocol->id;
+    setup_.queue = options_.protocol->queue;
     if (setup_.log_directory.empty()) {
         PrintErrorLine(L"kspprint: cannot make a directory for the log");
         return false;
@@ -138,6 +146,11 @@ void PrintRun::Announce() const {
                                    Counted(options_.patience, L"second"));
         return;
     }
+    if (options_.protocol->delivers_at_end) {
+        PrintField(L"printer", L"played by this program. The job is spooled, and connects when it");
+        PrintField(L"", L"has ended; the printer is still waking up then.");
+        return;
+    }
     PrintField(L"printer", L"played by this program. It is asleep when the job starts: the first");
     PrintField(L"", L"attempt to connect is refused and wakes it, a second later it");
     PrintField(L"", L"listens. Until then the monitor reports 0x00800000 (server unknown)");
@@ -168,17 +181,47 @@ void PrintRun::Print() {
     job_options.retry_pause = kRetryPause;
     Watch(&progress, &job_options);
 
+    std::optional<DeliveryWatch> watch;
+    if (options_.protocol->delivers_at_end) {
+        watch.emplace([this] { EndHopelessDelivery(); });
+        if (printer_) {
+            // Nobody is refused while the job is spooled, so nobody knocks.
+            printer_->Knock();
+        }
+    }
+
     const host::SpoolerJob job = {setup_.port, kPrinterName, kJobId, document_.name()};
     host::JobRunner runner(*monitor_.table(), monitor_.monitor());
     job_.outcome = runner.Run(
         job, [&](std::span<uint8_t> buffer) { return document_.Read(buffer); }, job_options);
+    watch.reset();
     progress.Finish();
+    if (gave_up_delivery_ && job_.given_up.empty()) {
+        job_.given_up = L"the printer did not take the job; it was deleted";
+    }
     if (document_.failed()) {
         job_.given_up = L"the document could not be read to its end";
     }
     job_.seconds = progress.seconds();
     job_.document_bytes = document_.bytes_read();
     job_.document_sha256 = document_.FinishSha256();
+}
+
+// EndDocPort of a spooled job comes back when the job is delivered or deleted, and nobody but this
+// program can delete it. A printer that prints slowly is no trouble; one that does not answer is.
+void PrintRun::EndHopelessDelivery() {
+    using Clock = std::chrono::steady_clock;
+    if (!spooler_.IsPrinterInTrouble()) {
+        trouble_since_.reset();
+    } else if (!trouble_since_) {
+        trouble_since_ = Clock::now();
+    }
+    const bool hopeless =
+        trouble_since_ && Clock::now() - *trouble_since_ >= std::chrono::seconds(options_.patience);
+    if (Interrupted() || hopeless) {
+        gave_up_delivery_ = true;
+        spooler_.DeleteJob(kPrinterName, kJobId);
+    }
 }
 
 // The patience is counted in seconds: how long a refused WritePort takes is the network's affair.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/print/lpr_session.h"
 #include "tools/print/raw_session.h"
 
 namespace ksp::print {
@@ -13,7 +14,9 @@ std::unique_ptr<PrinterSession> NewSession() {
 }
 
 constexpr Protocol kProtocols[] = {
-    {L"raw", L"raw TCP", 2, 9100, NewSession<RawSession>},
+    {L"raw", L"raw TCP", 2, 9100, L"", false, NewSession<RawSession>},
+    {L"lpr", L"LPR", 0, 515, L"KSPQueue", true, NewSession<LprSession>},
+    {L"xlpr", L"XLPR", 1, 515, L"KSPQueue", false, NewSession<LprSession>},
 };
 
 }  // namespace

@@ -30,6 +30,8 @@ struct Protocol {
     std::wstring_view title;  // in a sentence
     DWORD id;                 // ProtocolID of a port in the registry
     uint16_t port;            // TCP port of the printer
+    const wchar_t* queue;     // QueueName of the port
+    bool delivers_at_end;     // the job is spooled, and connects when it has ended
     std::unique_ptr<PrinterSession> (*new_session)();
 };
 

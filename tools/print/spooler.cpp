@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "tools/print/spooler_text.h"
+
 namespace ksp::print {
 
 bool Spooler::Load(const std::wstring& path) {
@@ -49,6 +51,20 @@ void Spooler::AddJob(const std::wstring& printer, DWORD job_id, const std::wstri
     job.Size = static_cast<DWORD>(std::min<uint64_t>(size, std::numeric_limits<DWORD>::max()));
     GetSystemTime(&job.Submitted);
     table_->PutJob(printer.c_str(), &job);
+}
+
+bool Spooler::IsPrinterInTrouble() const {
+    bool trouble = false;
+    for (const WinspoolCall& call : CallsSince(0)) {
+        if (SetsPrinterStatus(call)) {
+            trouble = call.status != 0;
+        }
+    }
+    return trouble;
+}
+
+void Spooler::DeleteJob(const std::wstring& printer, DWORD job_id) {
+    table_->SetJobStatus(printer.c_str(), job_id, JOB_STATUS_DELETED);
 }
 
 std::vector<WinspoolCall> Spooler::CallsSince(size_t first) const {

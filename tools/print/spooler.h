@@ -27,6 +27,11 @@ class Spooler {
     void AddJob(const std::wstring& printer, DWORD job_id, const std::wstring& document,
                 uint64_t size);
 
+    // Whether the last printer status that the monitor told says that something is wrong.
+    [[nodiscard]] bool IsPrinterInTrouble() const;
+    // As somebody does who looks at the queue; the monitor gives the job up when it next asks.
+    void DeleteJob(const std::wstring& printer, DWORD job_id);
+
     // From the one with that number on; the first has number 0.
     [[nodiscard]] std::vector<WinspoolCall> CallsSince(size_t first) const;
 
