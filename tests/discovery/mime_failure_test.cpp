@@ -1,7 +1,5 @@
 // Replies whose value cannot be taken out, each step of taking it out in turn.
 
-#include <algorithm>
-
 #include "support/text.h"
 #include "tests/discovery/debugger_output.h"
 #include "tests/discovery/status_test.h"

@@ -37,10 +37,12 @@ class MonitorBindingTest : public MonitorDiscoveryTest {
         printer_.reset();
         MonitorDiscoveryTest::TearDown();
     }
+    // Its name text leads to it as well: a monitor that went by that without the library would
+    // print.
     void AddPrinter() {
         discovery_.AddDevice({.address = printer_->address(), .mac = kNarrowMac});
         AddPortKey({.name = L"Port",
-                    .PrinterAddress = L"no such host",
+                    .PrinterAddress = printer_->wide_address(),
                     .PrinterAddressType = 4,
                     .IpAddress = printer_->wide_address(),
                     .MacAddress = kMac});

@@ -1,8 +1,5 @@
 // Callbacks in unexpected numbers, on several threads and at unexpected times.
 
-#include <set>
-
-#include "support/text.h"
 #include "tests/discovery/search_test.h"
 
 namespace ksp::test {

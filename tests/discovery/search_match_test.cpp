@@ -1,6 +1,5 @@
 // Which device a search finds.
 
-#include "support/text.h"
 #include "tests/discovery/search_test.h"
 
 namespace ksp::test {

@@ -1,5 +1,6 @@
 // Documents that are refused, and what a hostile one must not bring about.
 
+#include <algorithm>
 #include <fstream>
 #include <string>
 

@@ -175,9 +175,12 @@ TEST_F(EndDocTest, DoesNotOvertakeAWriteThatSends) {
     Gate release;
     std::atomic<bool> write_goes_on{false};
     std::atomic<bool> overtaken{false};
+    std::atomic<bool> held{false};
     spooler().SetHook(WinspoolSetPrinter, [&] {
-        sending.Open();
-        release.Wait();
+        if (!held.exchange(true)) {
+            sending.Open();
+            release.Wait();
+        }
     });
     spooler().SetHook(WinspoolSetJob, [&] { overtaken = overtaken || !write_goes_on; });
 

@@ -3,7 +3,8 @@
 //
 //   exit_child SCENARIO DIRECTORY
 //
-// Exit code 42 when everything got as far as the scenario wants, another when not.
+// Exit code 42 when everything got as far as the scenario wants, 2 when the monitor calls the
+// spooler while the process ends, 1 otherwise.
 
 #include <windows.h>
 #include <shellapi.h>
@@ -23,6 +24,7 @@ namespace {
 constexpr wchar_t kSoftwareKey[] = L"SOFTWARE\\Kestrel\\Kestrel Print";
 constexpr UINT kDone = 42;
 constexpr UINT kFailed = 1;
+constexpr UINT kSpoolerCalled = 2;
 
 // Everything here is leaked: the process is to end with all of it in use.
 class ExitChild {
@@ -53,6 +55,9 @@ class ExitChild {
     }
 
     bool StartJob() {
+        // A spooler whose process ends is no longer there to be called.
+        spooler_.SetHook(WinspoolClosePrinter,
+                         [] { TerminateProcess(GetCurrentProcess(), kSpoolerCalled); });
         std::wstring port = L"PORT";
         std::wstring printer = L"Printer";
         DOC_INFO_1W document = {};

@@ -1,5 +1,6 @@
 // Configuring and deleting ports, also while jobs are on them.
 
+#include <atomic>
 #include <functional>
 #include <optional>
 
@@ -38,8 +39,10 @@ class HeldWrite {
   public:
     HeldWrite(WinspoolControl& spooler, std::function<bool()> write) : spooler_(spooler) {
         spooler_.SetHook(WinspoolSetPrinter, [this] {
-            inside_.Open();
-            release_.Wait();
+            if (!held_.exchange(true)) {
+                inside_.Open();
+                release_.Wait();
+            }
         });
         write_.emplace(std::move(write));
     }
@@ -54,6 +57,7 @@ class HeldWrite {
 
   private:
     WinspoolControl& spooler_;
+    std::atomic<bool> held_{false};
     Gate inside_;
     Gate release_;
     std::optional<Background<bool>> write_;
@@ -194,6 +198,7 @@ TEST_F(PortChangeTest, PortThatAPrinterUsesIsNotDeleted) {
     EXPECT_EQ(NewLines().back(), "ERROR port in use. cannot delete");
     EXPECT_THAT(PortNames(), ElementsAre(L"PORT"));
     EXPECT_TRUE(HasKey(L"PORT"));
+    ASSERT_NE(manager().Ports().FindPortById(1), nullptr);
     EXPECT_EQ(manager().Ports().FindPortById(1)->State(), CPort::OpenState::kClosed);
     EXPECT_TRUE(operations().OpenPort(L"PORT", &handle)) << "it can be used again";
 }

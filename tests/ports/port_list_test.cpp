@@ -4,11 +4,15 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <thread>
+
 namespace ksp {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
 
 class NoServices final : public IPortServices {
   public:
@@ -140,6 +144,41 @@ TEST_F(PortListTest, RemovedPortLivesWhileItIsUsed) {
     EXPECT_EQ(used->Name(), L"a");
     EXPECT_EQ(before->size(), 1U) << "what was read once does not change";
     EXPECT_THAT(*list_.Ports(), IsEmpty());
+}
+
+TEST_F(PortListTest, NoChangeIsLostToAnother) {
+    constexpr int kThreads = 4;
+    constexpr int kRounds = 300;
+    std::vector<std::shared_ptr<CPort>> kept;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        kept.push_back(NewPort(L"kept " + std::to_wstring(thread)));
+    }
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([this, thread, &kept] {
+            const auto passing = std::make_shared<CPort>(services_);
+            list_.AddPortToList(kept[static_cast<std::size_t>(thread)]);
+            for (int round = 0; round < kRounds; ++round) {
+                list_.AddPortToList(passing);
+                const CPortList::Snapshot ports = list_.Ports();
+                for (const _stPort& entry : *ports) {
+                    if (entry.port == passing) {
+                        list_.DeletePortById(entry.id);
+                    }
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_THAT(Names(), UnorderedElementsAre(L"kept 0", L"kept 1", L"kept 2", L"kept 3"));
+    const CPortList::Snapshot ports = list_.Ports();
+    EXPECT_TRUE(std::is_sorted(
+        ports->begin(), ports->end(),
+        [](const _stPort& left, const _stPort& right) { return left.id < right.id; }));
+    Insert(L"last");
+    EXPECT_EQ(list_.FindPortIdByName(L"last"), std::uint32_t{kThreads * (kRounds + 1) + 1});
 }
 
 }  // namespace

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "channels/xlpr_print_channel.h"
+#include "tests/lpr/lpr_channel_test.h"
+
+namespace ksp::test {
+
+// As LprChannelTest, with an XLPR channel.
+class XlprChannelTest : public LprChannelTest {
+  protected:
+    // The count that the data-file command announces when nothing is set.
+    static constexpr char kDefaultCount[] = "1073741824000";
+
+    std::unique_ptr<CLprPrintChannel> NewChannel(const CLprProtocolInfo& info) override {
+        auto channel = std::make_unique<CXlprPrintChannel>(
+            CLprProtocolInfo(info.GetHostName(), info.GetQueueName(), true), ports_);
+        return channel;
+    }
+
+    // The job's end, and all that the daemon saw of it.
+    LpdConnection End() {
+        EXPECT_EQ(channel().EndDoc(), 0);
+        return OnlyConnection();
+    }
+    // Writes until nothing more is taken: state 13. The bytes taken.
+    std::string Fill() {
+        const std::string block(256 * 1024, 'F');
+        std::string all;
+        std::int32_t taken = 1;
+        while (taken > 0) {
+            taken = Write(block);
+            all.append(static_cast<size_t>(std::max(taken, 0)), 'F');
+        }
+        EXPECT_EQ(taken, 0);
+        return all;
+    }
+    size_t Traces(const std::wstring& message) const { return Count(LineLevel::kTrace, message); }
+};
+
+}  // namespace ksp::test
