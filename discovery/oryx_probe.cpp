@@ -24,7 +24,9 @@ bool CKspOryxWrapper::FindDeviceByMac(const std::vector<std::wstring>& macAddres
     return Probe(
         [&](const std::wstring& capability) {
             CDeviceRecord record = ReadDeviceRecord(capability, m_ipv4, m_ipv6);
-            const bool wanted = std::any_of(macAddresses.begin(), macAddresses.end(),
+            // A device that reports no address is nobody's printer, whatever was stored.
+            const bool wanted = !record.MacAddress.empty() &&
+                                std::any_of(macAddresses.begin(), macAddresses.end(),
                                             [&record](const std::wstring& mac) {
                                                 return IsEqualFolded(mac, record.MacAddress);
                                             });

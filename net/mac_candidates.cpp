@@ -71,6 +71,9 @@ std::vector<std::wstring> MacCandidates(const std::wstring& stored) {
 
 const std::wstring* FindMacCandidate(const std::vector<std::wstring>& candidates,
                                      const std::wstring& reported) {
+    if (reported.empty()) {
+        return nullptr;
+    }
     const auto found = std::find_if(
         candidates.begin(), candidates.end(),
         [&reported](const std::wstring& candidate) { return IsEqualFolded(candidate, reported); });

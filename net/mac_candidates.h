@@ -11,7 +11,8 @@ namespace ksp {
 // text that does not begin with 12 hexadecimal digits has no variants. Plain computation.
 [[nodiscard]] std::vector<std::wstring> MacCandidates(const std::wstring& stored);
 
-// The first candidate that equals the reported address, letter case aside; null when none does.
+// The first candidate that equals the reported address, letter case aside; null when none does. A device
+// that reports none is nobody's printer, also for a port that has no address stored.
 [[nodiscard]] const std::wstring* FindMacCandidate(const std::vector<std::wstring>& candidates,
                                                    const std::wstring& reported);
 

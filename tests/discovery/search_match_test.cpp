@@ -51,6 +51,12 @@ TEST_F(SearchMatchTest, OtherSeparatorsAndLengthsAreOtherAddresses) {
     }
 }
 
+TEST_F(SearchMatchTest, ADeviceWithoutAnAddressIsNobodysPrinter) {
+    library_.AddDevice({.address = kFirst, .mac = ""});
+    EXPECT_FALSE(Find({L""}));
+    ExpectNothingFound();
+}
+
 TEST_F(SearchMatchTest, WithoutAMatchNothingIsFound) {
     AddTwoDevices();
     EXPECT_FALSE(Find({L"0026AB000003"}));

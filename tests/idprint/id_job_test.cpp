@@ -8,7 +8,6 @@ namespace {
 using standins::LpdConnection;
 using standins::PrinterBehavior;
 using ::testing::AllOf;
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -89,11 +88,11 @@ TEST_F(IdJobTest, AWriteThatCompletesAPendingConnectionCountsTheHeaderToo) {
     StartChecks();
     StartRaw({.answer = PrinterBehavior::Answer::kNeverAnswer});
     AddIdPort();
-    SetSetting(L"WaitServerReplyTimeout", 1);
     ASSERT_TRUE(Start());
     QueueJob(L"Port");
     const HANDLE port = Open(L"Port");
     ASSERT_TRUE(StartDoc(port).result);
+    SetSetting(L"WaitServerReplyTimeout", 1);
     const Bytes data = {'d', 'a', 't', 'a'};
     EXPECT_FALSE(Write(port, data).result);
     SetSetting(L"WaitServerReplyTimeout", 20);

@@ -5,6 +5,8 @@ namespace ksp::test {
 void IdPrintTest::SetUp() {
     PortCallTest::SetUp();
     SetMonitorType(2);
+    // Replies come at once; a test that is to see one missing waits for less.
+    SetSetting(L"WaitServerReplyTimeout", 20);
     SetSetting(L"LPRDirectory", directory() + L"\\spool");
     address_ = standins::NewLoopbackAddress();
 }

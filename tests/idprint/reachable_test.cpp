@@ -6,19 +6,12 @@ namespace ksp::test {
 namespace {
 
 using standins::PrinterBehavior;
-using ::testing::Contains;
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
 class ReachableTest : public IdPrintTest {
   protected:
-    void SetUp() override {
-        IdPrintTest::SetUp();
-        SetSetting(L"WaitServerReplyTimeout", 1);
-    }
-
     // A raw port to the printer; its check service is the test's.
     HANDLE StartPort() {
         StartRaw();
@@ -95,12 +88,12 @@ class ExchangeTest : public ReachableTest, public ::testing::WithParamInterface<
 TEST_P(ExchangeTest, DecidesTheJob) {
     StartChecks(GetParam().behavior);
     if (GetParam().is_ready) {
-        SetSetting(L"WaitServerReplyTimeout", 20);
         const HANDLE port = StartPort();
         EXPECT_TRUE(StartDoc(port).result);
         EXPECT_THAT(Criticals(), IsEmpty());
         EXPECT_TRUE(EndDoc(port));
     } else {
+        SetSetting(L"WaitServerReplyTimeout", 1);
         ExpectUnreachable(L"CSLStreamSocket::recv failure");
     }
     EXPECT_THAT(checks_->Requests(1), ElementsAre("CONF_REQ"))
@@ -118,6 +111,7 @@ TEST_F(ReachableTest, AConnectionThatNobodyTakes) {
     const standins::LoopbackPrinter silent({.answer = PrinterBehavior::Answer::kNeverAnswer},
                                            {address(), 9101});
     ASSERT_TRUE(silent.ready());
+    SetSetting(L"WaitServerReplyTimeout", 1);
     ExpectUnreachable(L"CSLStreamSocket::connect failure");
 }
 
@@ -154,7 +148,6 @@ TEST_F(ReachableTest, TheCheckIsMadeAtTheStoredPortNumber) {
 }
 
 TEST_F(ReachableTest, TheAnswerIsWaitedForAsLongAsTheSettingSays) {
-    SetSetting(L"WaitServerReplyTimeout", 20);
     StartChecks({.reply = {{kReady, 2500}}});
     const HANDLE port = StartPort();
     EXPECT_TRUE(StartDoc(port).result);

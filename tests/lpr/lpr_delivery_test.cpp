@@ -167,6 +167,8 @@ TEST_F(LprJobTest, StopsWhenItWasDeleted) {
 class LprStallTest : public LprChannelTest {
   protected:
     static constexpr size_t kSize = size_t{12} * 1024 * 1024;
+    // Beyond this many looks at the job something hangs.
+    static constexpr size_t kMostQuestions = 15;
 
     void StartStalled() {
         LpdBehavior behavior;
@@ -185,7 +187,7 @@ TEST_F(LprStallTest, TheDataGoOnWhenTheDaemonDoes) {
         if (TimeOuts() >= 2) {
             printer_->StartReading();
         }
-        return false;
+        return ports_.asked > kMostQuestions;
     };
     EXPECT_EQ(channel().EndDoc(), 0);
     EXPECT_GE(TimeOuts(), 2u);
@@ -201,7 +203,7 @@ TEST_F(LprStallTest, TheDataGoOnWhenTheDaemonDoes) {
 TEST_F(LprStallTest, ATruncatedTransferEndsWithItsOctet) {
     StartStalled();
     ports_.is_job_ended = [this] {
-        if (TimeOuts() == 0) {
+        if (TimeOuts() == 0 && ports_.asked <= kMostQuestions) {
             return false;
         }
         SetReplyTimeout(5);

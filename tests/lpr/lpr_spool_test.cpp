@@ -69,9 +69,17 @@ TEST_F(LprSpoolTest, AFailedStartLeavesNothingOfTheJobBefore) {
     ASSERT_TRUE(printer_->WaitForEndings(1));
     EXPECT_EQ(state(), ChannelState::kSpooled) << "the next StartDoc sets it";
     SetSpoolDirectory(spool_.File(L"no\\parent"));
-    EXPECT_EQ(channel().StartDoc(kPort, nullptr), -1);
-    EXPECT_EQ(Write("second"), -1);
-    EXPECT_EQ(channel().EndDoc(), 0);
+    // A spooler that ends it all the same, and one that tries to write before that.
+    for (const bool writes : {false, true}) {
+        EXPECT_EQ(channel().StartDoc(kPort, nullptr), -1);
+        EXPECT_EQ(state(), ChannelState::kIdle);
+        if (writes) {
+            EXPECT_EQ(Write("second"), -1);
+        }
+        // Not held for ever by a channel that delivers something.
+        EndJobAtQuestion(1);
+        EXPECT_EQ(channel().EndDoc(), 0);
+    }
     EXPECT_EQ(printer_->connections().size(), 1u);
 }
 

@@ -69,6 +69,10 @@ TEST(MacCandidatesTest, AnotherTextIsNone) {
     EXPECT_EQ(FindMacCandidate({}, L"0026AB123456"), nullptr);
 }
 
+TEST(MacCandidatesTest, ADeviceWithoutAnAddressIsNobodysPrinter) {
+    EXPECT_EQ(FindMacCandidate({L""}, L""), nullptr);
+}
+
 // Only A to Z are folded.
 TEST(MacCandidatesTest, OtherLettersAreNotFolded) {
     const std::vector<std::wstring> candidates = {L"\u00C4"};
