@@ -47,7 +47,7 @@ class LprPorts final : public IPortServices {
     }
     bool IsJobEnded(std::uint32_t /*port_id*/) override {
         ++asked;
-        return is_job_ended && is_job_ended();
+        return asked > kMostQuestions || (is_job_ended && is_job_ended());
     }
     bool SetJobError(std::uint32_t port_id) override {
         Note("SetJobError", port_id);
@@ -61,6 +61,8 @@ class LprPorts final : public IPortServices {
     std::uint32_t printer_status = 0x400;
     std::function<bool()> is_job_ended = {};
     size_t asked = 0;  // whether the job has ended
+    // A job that a channel holds for longer than any test means to has ended.
+    static constexpr size_t kMostQuestions = 12;
 
   private:
     void Note(const std::string& call, std::uint32_t port_id, const std::string& rest = {}) {

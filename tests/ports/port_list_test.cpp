@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <atomic>
 #include <thread>
 
 namespace ksp {
@@ -148,14 +149,19 @@ TEST_F(PortListTest, RemovedPortLivesWhileItIsUsed) {
 
 TEST_F(PortListTest, NoChangeIsLostToAnother) {
     constexpr int kThreads = 4;
-    constexpr int kRounds = 300;
+    constexpr int kRounds = 5000;
     std::vector<std::shared_ptr<CPort>> kept;
     for (int thread = 0; thread < kThreads; ++thread) {
         kept.push_back(NewPort(L"kept " + std::to_wstring(thread)));
     }
+    std::atomic<int> ready{0};  // a thread takes longer to start than to change the list often
     std::vector<std::thread> threads;
     for (int thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([this, thread, &kept] {
+        threads.emplace_back([this, thread, &kept, &ready] {
+            ++ready;
+            while (ready < kThreads) {
+                std::this_thread::yield();
+            }
             const auto passing = std::make_shared<CPort>(services_);
             list_.AddPortToList(kept[static_cast<std::size_t>(thread)]);
             for (int round = 0; round < kRounds; ++round) {

@@ -71,6 +71,21 @@ for protocol in lpr xlpr; do
     expect_line "^  received +256 bytes  SHA-256 $digest\$"
     expect_line '^  compared +identical$'
 done
+for protocol in raw lpr; do
+    run "an ID-print job over $protocol" 0 --id-print --protocol "$protocol" "$file"
+    expect_line '^  asked +CONF_REQ$'
+    expect_line '^  answered +<64><00><00><00>OK$'
+    expect_line '^  @EXTRAKJL START$'
+    expect_line '^  @EXTRAKJL VERSION = "1\.00"$'
+    expect_line '^      40 45 58 54 52 41 4B 4A 4C 20 56 45 52 53 49 4F 4E 3D 22 31 00 2E 00 30 00 30 00 00 00 22 0A $'
+    expect_line '^  @EXTRAKJL USER = "demo"$'
+    expect_line '^  @EXTRAKJL END$'
+    expect_line "^  received +256 bytes  SHA-256 $digest\$"
+    expect_line '^  compared +identical$'
+done
+run "an ID-print job over xlpr" 0 --id-print --protocol xlpr "$file"
+expect_line '^The job header: 0 bytes in front of the data$'
+expect_line '^  compared +identical$'
 run "a daemon that is not there" 1 --protocol lpr --printer 127.200.0.9 --patience 1 "$file"
 expect_line '^FAILED: the printer did not take the job; it was deleted\.$'
 

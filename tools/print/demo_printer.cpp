@@ -149,6 +149,16 @@ void DemoPrinter::Serve() {
 
 void DemoPrinter::Talk(const UniqueSocket& socket) {
     const std::unique_ptr<PrinterSession> session = protocol_.new_session();
+    JobHeaderSplitter splitter;
+    const auto take = [this](std::span<const uint8_t> document) { Take(document); };
+    Listen(socket, *session, [&](std::span<const uint8_t> bytes) { splitter.Take(bytes, take); });
+    splitter.Finish(take);
+    const std::lock_guard lock(mutex_);
+    delivery_.job_header += splitter.header();
+}
+
+void DemoPrinter::Listen(const UniqueSocket& socket, PrinterSession& session,
+                         const PrinterSession::Sink& document) {
     const Clock::time_point start = Clock::now();
     std::vector<uint8_t> buffer(
         std::max<uint64_t>(kSmallestRead, bytes_per_second_ / kReadsPerSecond));
@@ -164,8 +174,7 @@ void DemoPrinter::Talk(const UniqueSocket& socket) {
         }
         received += static_cast<uint64_t>(count);
         const std::string answer =
-            session->Receive(std::span(buffer).first(static_cast<size_t>(count)),
-                             [this](std::span<const uint8_t> document) { Take(document); });
+            session.Receive(std::span(buffer).first(static_cast<size_t>(count)), document);
         if (!answer.empty()) {
             send(socket.Get(), answer.data(), static_cast<int>(answer.size()), 0);
         }

@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "tools/print/job_header_splitter.h"
 #include "tools/print/protocol.h"
 #include "tools/print/sha256.h"
 #include "tools/print/socket.h"
@@ -18,6 +19,7 @@ struct Delivery {
     uint64_t bytes = 0;
     std::wstring sha256;  // see Sha256::Finish
     size_t connections = 0;
+    std::string job_header;  // of an ID-print job; not counted as bytes
 };
 
 // A printer on a loopback address of its own, at the protocol's usual port. It sleeps at first and
@@ -49,6 +51,8 @@ class DemoPrinter {
     void Serve();
     bool WakeUp();
     void Talk(const UniqueSocket& socket);
+    void Listen(const UniqueSocket& socket, PrinterSession& session,
+                const PrinterSession::Sink& document);
     void Take(std::span<const uint8_t> document);
     // False when the printer is switched off meanwhile.
     bool PauseUntil(Clock::time_point due);

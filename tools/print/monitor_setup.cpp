@@ -7,7 +7,9 @@ namespace {
 
 constexpr const wchar_t* kSoftwareKey = L"SOFTWARE\\Kestrel\\Kestrel Print";
 constexpr const wchar_t* kLogFileName = L"log.txt";
+constexpr const wchar_t* kIdPrintSoftwareKey = L"SOFTWARE\\Kestrel\\Kestrel Print(ID Print)";
 constexpr DWORD kOrdinaryMonitor = 1;
+constexpr DWORD kIdPrintMonitor = 2;
 constexpr DWORD kTraceLevel = 1;
 constexpr DWORD kLargestLog = 256;  // megabytes; one file holds the whole run
 constexpr DWORD kReplyTimeout = 5;  // seconds; shorter than usual, for somebody who watches
@@ -16,14 +18,16 @@ constexpr DWORD kHostName = 2;
 
 void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     const HKEY machine = HKEY_LOCAL_MACHINE;
-    registry->SetDword(registry->Root(), L"", L"KSPRINT_SECURE", kOrdinaryMonitor);
-    registry->SetText(machine, kSoftwareKey, L"ExeDirectory", setup.program_directory);
-    registry->SetText(machine, kSoftwareKey, L"LogDirectory", setup.log_directory);
-    registry->SetText(machine, kSoftwareKey, L"LogFileName", kLogFileName);
-    registry->SetText(machine, kSoftwareKey, L"LPRDirectory", setup.log_directory);
-    registry->SetDword(machine, kSoftwareKey, L"LogLevel", kTraceLevel);
-    registry->SetDword(machine, kSoftwareKey, L"MaxLogSize", kLargestLog);
-    registry->SetDword(machine, kSoftwareKey, L"WaitServerReplyTimeout", kReplyTimeout);
+    const wchar_t* const software = setup.id_print ? kIdPrintSoftwareKey : kSoftwareKey;
+    registry->SetDword(registry->Root(), L"", L"KSPRINT_SECURE",
+                       setup.id_print ? kIdPrintMonitor : kOrdinaryMonitor);
+    registry->SetText(machine, software, L"ExeDirectory", setup.program_directory);
+    registry->SetText(machine, software, L"LogDirectory", setup.log_directory);
+    registry->SetText(machine, software, L"LogFileName", kLogFileName);
+    registry->SetText(machine, software, L"LPRDirectory", setup.log_directory);
+    registry->SetDword(machine, software, L"LogLevel", kTraceLevel);
+    registry->SetDword(machine, software, L"MaxLogSize", kLargestLog);
+    registry->SetDword(machine, software, L"WaitServerReplyTimeout", kReplyTimeout);
 }
 
 void WritePort(const MonitorSetup& setup, host::MemoryRegistry* registry) {
@@ -37,6 +41,10 @@ void WritePort(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     registry->SetDword(root, key, L"ProtocolID", setup.protocol_id);
     registry->SetText(root, key, L"PrinterAddress", setup.printer_address);
     registry->SetText(root, key, L"QueueName", setup.queue);
+    if (setup.id_print) {
+        registry->SetDword(root, key, L"SecureRawPortNo", setup.raw_port);
+        registry->SetDword(root, key, L"CheckPortNo", setup.check_port);
+    }
 }
 
 }  // namespace

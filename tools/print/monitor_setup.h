@@ -14,6 +14,9 @@ struct MonitorSetup {
     std::wstring printer_address;
     std::wstring queue;  // of an LPR port
     DWORD protocol_id = 0;
+    bool id_print = false;
+    DWORD raw_port = 0;    // of an ID-print port
+    DWORD check_port = 0;  // of an ID-print port
 };
 
 void Configure(const MonitorSetup& setup, host::MemoryRegistry* registry);

@@ -79,6 +79,8 @@ std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* opti
         } else if (argument == L"--help" || argument == L"-h") {
             options->help = true;
             return L"";
+        } else if (argument == L"--id-print") {
+            options->id_print = true;
         } else {
             const auto option =
                 std::find_if(std::begin(kValueOptions), std::end(kValueOptions),
@@ -95,11 +97,15 @@ std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* opti
             return problem;
         }
     }
+    if (options->id_print && !options->plays_printer()) {
+        return L"--id-print plays its printer itself and goes without --printer";
+    }
     return L"";
 }
 
 std::wstring Usage() {
-    return L"kspprint [--protocol NAME] [--printer ADDRESS] [--patience SECONDS] [FILE]\n"
+    return L"kspprint [--protocol NAME] [--printer ADDRESS] [--patience SECONDS] [--id-print] "
+           L"[FILE]\n"
            L"\n"
            L"Prints a document through the print port monitor kspmon.dll and shows what happens.\n"
            L"Without FILE it prints a sample of its own: one page of PostScript.\n"
@@ -112,6 +118,8 @@ std::wstring Usage() {
            L"                      what arrives there with what was sent.\n"
            L"  --patience SECONDS  give the job up when the printer takes nothing for so long\n"
            L"                      (default: 20)\n"
+           L"  --id-print          as the ID-print monitor: the printer is asked whether it is\n"
+           L"                      there, and a header says whose job it is\n"
            L"\n"
            L"The program plays the print spooler, with the kspmon.dll and the winspool.drv that "
            L"lie\n"

@@ -13,6 +13,7 @@ struct Options {
     std::wstring printer;    // address of a real printer; empty: this program plays one
     std::wstring file;       // empty: the sample document
     unsigned patience = 20;  // seconds without progress until the job is given up
+    bool id_print = false;   // as the ID-print monitor
     bool help = false;
 
     [[nodiscard]] bool plays_printer() const { return printer.empty(); }

@@ -11,6 +11,7 @@
 #include "tools/host/job_runner.h"
 #include "tools/host/memory_registry.h"
 #include "tools/host/monitor_library.h"
+#include "tools/print/confirmation_service.h"
 #include "tools/print/console.h"
 #include "tools/print/delivery_watch.h"
 #include "tools/print/demo_printer.h"
@@ -71,7 +72,8 @@ class PrintRun {
     host::MemoryRegistry registry_;
     MonitorSetup setup_;
     Spooler spooler_;
-    std::unique_ptr<DemoPrinter> printer_;  // none for a real printer
+    std::unique_ptr<DemoPrinter> printer_;               // none for a real printer
+    std::unique_ptr<ConfirmationService> confirmation_;  // only as the ID-print monitor
     host::MonitorLibrary monitor_;
     JobReport job_;
     std::optional<std::chrono::steady_clock::time_point> trouble_since_;  // the watch's
@@ -104,6 +106,8 @@ bool PrintRun::Prepare() {
     setup_.port = kPortName;
     setup_.protocol_id = options_.protocol->id;
     setup_.queue = options_.protocol->queue;
+    setup_.id_print = options_.id_print;
+    setup_.raw_port = options_.protocol->port;
     if (setup_.log_directory.empty()) {
         PrintErrorLine(L"kspprint: cannot make a directory for the log");
         return false;
@@ -125,6 +129,14 @@ bool PrintRun::Prepare() {
         }
         setup_.printer_address = printer_->address();
     }
+    if (options_.id_print) {
+        confirmation_ = std::make_unique<ConfirmationService>(setup_.printer_address);
+        if (!confirmation_->ready()) {
+            PrintErrorLine(L"kspprint: cannot take a port for the confirmation of the printer");
+            return false;
+        }
+        setup_.check_port = confirmation_->port();
+    }
     Configure(setup_, &registry_);
     return true;
 }
@@ -144,6 +156,11 @@ void PrintRun::Announce() const {
     if (!printer_) {
         PrintField(L"printer", L"a real one; the job is given up when it takes nothing for " +
                                    Counted(options_.patience, L"second"));
+        return;
+    }
+    if (confirmation_) {
+        PrintField(L"printer", L"played by this program. It confirms on port " +
+                                   std::to_wstring(confirmation_->port()) + L" that it is there.");
         return;
     }
     if (options_.protocol->delivers_at_end) {
@@ -184,10 +201,11 @@ void PrintRun::Print() {
     std::optional<DeliveryWatch> watch;
     if (options_.protocol->delivers_at_end) {
         watch.emplace([this] { EndHopelessDelivery(); });
-        if (printer_) {
-            // Nobody is refused while the job is spooled, so nobody knocks.
-            printer_->Knock();
-        }
+    }
+    if (printer_ && (options_.protocol->delivers_at_end || options_.id_print)) {
+        // Nobody is refused while a job is spooled, and a printer that confirms is awake: nobody
+        // knocks.
+        printer_->Knock();
     }
 
     const host::SpoolerJob job = {setup_.port, kPrinterName, kJobId, document_.name()};
@@ -246,6 +264,10 @@ void PrintRun::Watch(Progress* progress, host::JobOptions* job_options) {
 
 void PrintRun::Report() const {
     const std::vector<WinspoolCall> calls = spooler_.CallsSince(0);
+    if (confirmation_) {
+        ReportConfirmation(confirmation_->asked(), confirmation_->answered());
+        ReportJobHeader(job_.delivery->job_header);
+    }
     ReportDelivery(job_);
     ReportPrinterStatus(calls);
     ReportSpoolerCalls(calls);

@@ -32,6 +32,24 @@ std::wstring StepName(host::JobStep step) {
 }
 
 // Whether the monitor took the whole document.
+// Bytes that are letters or digits as such, the others in hexadecimal digits.
+std::wstring DumpOf(const std::string& bytes) {
+    constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
+    std::wstring text;
+    for (const char c : bytes) {
+        const auto byte = static_cast<uint8_t>(c);
+        if (c == '_' || (c >= 'A' && c <= 'Z')) {
+            text += static_cast<wchar_t>(byte);
+        } else {
+            text += L'<';
+            text += kDigits[byte >> 4];
+            text += kDigits[byte & 0x0F];
+            text += L'>';
+        }
+    }
+    return text;
+}
+
 bool Complete(const JobReport& job) {
     return job.given_up.empty() && job.outcome.printed() && job.outcome.excess_bytes == 0;
 }
@@ -112,6 +130,23 @@ void ReportDelivery(const JobReport& job) {
                             Grouped(job.outcome.refusals) + L" of them took nothing");
     if (!complete) {
         PrintField(L"failure", Failure(job));
+    }
+}
+
+void ReportConfirmation(const std::string& asked, const std::string& answered) {
+    PrintHeading(L"Is the printer there?");
+    PrintField(L"asked", DumpOf(asked));
+    PrintField(L"answered", answered.empty() ? L"nothing" : DumpOf(answered));
+}
+
+void ReportJobHeader(const std::string& header) {
+    PrintHeading(L"The job header: " + Counted(header.size(), L"byte") + L" in front of the data");
+    if (header.empty()) {
+        PrintLine(L"  none");
+    }
+    for (const JobHeaderLine& line : DecodeJobHeader(header)) {
+        PrintLine(L"  " + line.text);
+        PrintLine(L"      " + line.bytes);
     }
 }
 

@@ -27,6 +27,10 @@ struct JobReport {
 [[nodiscard]] bool Succeeded(const JobReport& job);
 
 void ReportDelivery(const JobReport& job);
+// The exchange by which an ID-print printer says that it is there.
+void ReportConfirmation(const std::string& asked, const std::string& answered);
+// Line by line, each beside its bytes.
+void ReportJobHeader(const std::string& header);
 void ReportPrinterStatus(const std::vector<WinspoolCall>& calls);
 void ReportSpoolerCalls(const std::vector<WinspoolCall>& calls);
 // `key` is below the monitor's root key.
