@@ -83,8 +83,8 @@ void CRegistryStore::LoadSubnetList(std::vector<CSubnet>& list) {
         return;
     }
     for (DWORD index = 0; index < count; ++index) {
-        const std::wstring name = kSubnet + std::to_wstring(index);
         try {
+            const std::wstring name = kSubnet + std::to_wstring(index);
             const auto text = key.ReadText(name.c_str());
             if (!text) {
                 Log(LogLevel::kError, L"Unable to get subnetvalue ( %s )", name.c_str());
@@ -129,7 +129,8 @@ std::optional<std::wstring> CRegistryStore::GetUserIdentity() {
         type != REG_SZ) {
         return std::nullopt;
     }
-    return TextOfValue(data.data(), size);
+    // The value is the user's own and can change between the two calls, also from none to some.
+    return TextOfValue(data.data(), std::min<std::size_t>(size, data.size()));
 }
 
 int CRegistryStore::GetNotifierCommand(std::wstring& command) {

@@ -72,6 +72,8 @@ bool CLogger::Start(ILogSettings& settings) noexcept {
         started = false;
     }
     if (!started) {
+        m_directory = std::wstring();
+        m_fileName = std::wstring();
         m_lock.Delete();
         return false;
     }
