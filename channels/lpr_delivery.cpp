@@ -35,7 +35,12 @@ std::int32_t CLprPrintChannel::EndDoc() {
         return 0;
     }
     if (m_state == ChannelState::kSpooled && !IsEndRequested()) {
-        Deliver();
+        try {
+            Deliver();
+        } catch (...) {
+            // Out of memory: the job is not sent, and everybody who looks at the queue sees it.
+            SetJobErrorQuietly();
+        }
     }
     CleanUp();
     return 0;
@@ -182,7 +187,11 @@ void CLprPrintChannel::CleanUp() {
     m_spoolFile.Close();
     // By the number that the job has now: once the control file was sent, that is not the number
     // under which it was spooled. Its spool file then stays until a later job takes that number.
-    CSpoolFile::Delete(m_jobNumber);
+    try {
+        CSpoolFile::Delete(m_jobNumber);
+    } catch (...) {
+        // The file stays until a later job takes its number; the rest is given back all the same.
+    }
     CloseConnection();
     m_services.SetPortStatus(m_portId, m_savedStatus);
     m_open = false;
@@ -198,6 +207,14 @@ bool CLprPrintChannel::CheckJobAlive() {
     }
     m_lastJobCheck = now;
     return !m_services.IsJobEnded(m_portId);
+}
+
+void CLprPrintChannel::SetJobErrorQuietly() noexcept {
+    try {
+        SetJobError();
+    } catch (...) {
+        // The printer's status still shows that something is wrong.
+    }
 }
 
 std::int32_t CLprPrintChannel::SetJobError() {

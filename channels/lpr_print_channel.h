@@ -86,6 +86,7 @@ class CLprPrintChannel : public CPrintChannel {
     // False when the job was deleted or restarted; asked of the spooler at most every 6 seconds.
     [[nodiscard]] bool CheckJobAlive();
     std::int32_t SetJobError();
+    void SetJobErrorQuietly() noexcept;
 
     CSpoolFile m_spoolFile;
     std::uint32_t m_lastJobCheck = 0;  // tick count, milliseconds

@@ -1,6 +1,7 @@
 #include "channels/print_channel.h"
 
 #include "discovery/printer_status.h"
+#include "discovery/status_values.h"
 #include "net/reply_timeout.h"
 #include "ports/registry_store.h"
 #include "support/log.h"
@@ -23,6 +24,16 @@ class CPrintingResolver final : public IAddressResolver {
     }
 };
 
+// A query that cannot even be made for lack of memory is one that failed: the job goes on.
+std::uint32_t AskPrinter(const std::wstring& hostName) noexcept {
+    try {
+        CPrintingResolver resolver;
+        return GetPrinterStatus(hostName, resolver);
+    } catch (...) {
+        return kServerUnknown;
+    }
+}
+
 }  // namespace
 
 bool CPrintChannel::IsReachable() {
@@ -44,8 +55,7 @@ std::uint32_t CPrintChannel::PollPrinterStatus(const std::wstring& hostName) {
     const std::uint32_t now = ::GetTickCount();
     if ((now - m_lastPoll) / 1000 > kPollSeconds) {
         m_lastPoll = now;
-        CPrintingResolver resolver;
-        m_cachedStatus = GetPrinterStatus(hostName, resolver);
+        m_cachedStatus = AskPrinter(hostName);
     }
     return m_cachedStatus;
 }

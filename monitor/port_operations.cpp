@@ -260,7 +260,8 @@ bool CPortOperations::EndDocPortNow(HANDLE handle) {
     static_cast<void>(port->WaitJobEvent());
     const CJobScope scope(*port);
     CPrintChannel* const channel = port->Channel();
-    if (channel == nullptr || channel->EndDoc() != 0) {
+    // A job that was given up has not been sent.
+    if (channel == nullptr || channel->EndDoc() != 0 || port->IsGivenUp()) {
         Log(LogLevel::kError, L"cannot close print channel");
         port->ClearJob();
         return false;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "discovery/oryx_wrapper.h"
+#include "net/address_text.h"
 #include "net/mac_candidates.h"
 #include "ports/registry_store.h"
 #include "support/log.h"
@@ -64,7 +65,8 @@ std::optional<std::wstring> Search(CKspOryxWrapper& wrapper, CPortInfo& info,
     const std::wstring* candidate = FindMacCandidate(candidates, reported);
     const std::wstring macAddress = found && candidate != nullptr ? *candidate : std::wstring();
     Log(LogLevel::kTrace, L"MAC is %s  --> get IP is %s", macAddress.c_str(), address.c_str());
-    if (!found || address.empty()) {
+    // An address from the network that is none leads nowhere.
+    if (!found || address.empty() || TextToAddress(address).s_addr == INADDR_NONE) {
         Log(LogLevel::kTrace, L"Could not found MAC Address : %s", info.MacAddress.c_str());
         return std::nullopt;
     }

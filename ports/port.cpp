@@ -152,7 +152,12 @@ bool CPort::RunRequestedClose() {
             break;
         }
         m_closeRequested = false;
-        closed = !m_channel || !m_channel->IsOpen() || m_channel->EndDoc() == 0;
+        try {
+            closed = !m_channel || !m_channel->IsOpen() || m_channel->EndDoc() == 0;
+        } catch (...) {
+            m_giveUpRequested = false;
+            throw;
+        }
         m_giveUpRequested = false;
     }
     return closed;

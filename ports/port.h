@@ -45,6 +45,8 @@ class CPort {
     // What becomes of a job that is still on the channel when it is closed: it is ended as
     // EndDocPort would end it, or given up, because its port goes.
     enum class Unfinished { kEnd, kGiveUp };
+    // Whether the job that is on the channel is being given up.
+    [[nodiscard]] bool IsGivenUp() const noexcept { return m_giveUpRequested.load(); }
     // Closes the channel if it is open. While a job's operation is in it, that operation closes it
     // at its end. False when the channel could not be closed.
     [[nodiscard]] bool CloseChannel(Unfinished job);

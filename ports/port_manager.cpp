@@ -165,9 +165,11 @@ bool CPortManager::DeletePort(const std::wstring& name) {
         return false;
     }
     Log(LogLevel::kTrace, L"Call ClosePort()");
-    // The lock is held: nothing of a job may be delivered now, however long its printer would take.
-    ClosePort(id, CPort::Unfinished::kGiveUp);
-    if (!m_ports.FindPortById(id)) {
+    // A job that is on the port is not touched until it is known that the port goes: the printer
+    // that sent it may be the very reason why it stays.
+    ClosePortNow(id, OpenJob::kLeave);
+    const auto port = m_ports.FindPortById(id);
+    if (!port) {
         Log(LogLevel::kError, L"port not found");
         return false;
     }
@@ -175,22 +177,24 @@ bool CPortManager::DeletePort(const std::wstring& name) {
         Log(LogLevel::kError, L"port in use. cannot delete");
         return false;
     }
+    // The lock is held: nothing of a job may be delivered now, however long its printer would take.
+    static_cast<void>(port->CloseChannel(CPort::Unfinished::kGiveUp));
     m_ports.DeletePortById(id);
     RegistryStore().DeletePortKey(name);
     Log(LogLevel::kInfo, L"port deleted successfully");
     return true;
 }
 
-bool CPortManager::ClosePort(std::uint32_t id, CPort::Unfinished job) {
+bool CPortManager::ClosePort(std::uint32_t id) {
     try {
-        return ClosePortNow(id, job);
+        return ClosePortNow(id, OpenJob::kEnd);
     } catch (...) {
         Log(LogLevel::kCritical, L"Exception error in ClosePort.");
         return false;
     }
 }
 
-bool CPortManager::ClosePortNow(std::uint32_t id, CPort::Unfinished job) {
+bool CPortManager::ClosePortNow(std::uint32_t id, OpenJob job) {
     Log(LogLevel::kTrace, L"called close port");
     const auto port = GetPortByHandle(id);
     if (!port) {
@@ -204,7 +208,7 @@ bool CPortManager::ClosePortNow(std::uint32_t id, CPort::Unfinished job) {
         Log(LogLevel::kError, L"cannot get print channel");
         return false;
     }
-    if (!port->CloseChannel(job)) {
+    if (job == OpenJob::kEnd && !port->CloseChannel(CPort::Unfinished::kEnd)) {
         Log(LogLevel::kError, L"cannot close print channel");
         return false;
     }

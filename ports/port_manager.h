@@ -73,7 +73,7 @@ class CPortManager : public IPortServices {
     [[nodiscard]] std::shared_ptr<CPort> GetPortByHandle(std::uint32_t id) const;
 
     // Ends the use of a port, and with it the job that is still open on it, if any.
-    bool ClosePort(std::uint32_t id, CPort::Unfinished job = CPort::Unfinished::kEnd);
+    bool ClosePort(std::uint32_t id);
 
     // --- Services for the channels (port_services.cpp)
 
@@ -88,7 +88,9 @@ class CPortManager : public IPortServices {
   private:
     void StartLogger() noexcept;
     void TerminateNow();
-    bool ClosePortNow(std::uint32_t id, CPort::Unfinished job);
+    // What a caller of ClosePort wants of a job that is still on the port.
+    enum class OpenJob { kEnd, kLeave };
+    bool ClosePortNow(std::uint32_t id, OpenJob job);
     bool AddNewPort(const CPortInfo& info);
     bool UpdateExistingPort(const CPortInfo& info);
 

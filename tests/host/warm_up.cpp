@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "tests/standins/loopback_socket.h"
 
@@ -62,6 +63,24 @@ void WaitForAThread() {
     other.join();
 }
 
+// The runtime's lists of threads have locks, which cost an event from the first time that two
+// threads meet at one.
+void StartManyThreads() {
+    constexpr int kStarters = 8;
+    constexpr int kThreads = 100;
+    std::vector<std::thread> starters;
+    for (int starter = 0; starter < kStarters; ++starter) {
+        starters.emplace_back([] {
+            for (int thread = 0; thread < kThreads; ++thread) {
+                std::thread([] {}).join();
+            }
+        });
+    }
+    for (std::thread& starter : starters) {
+        starter.join();
+    }
+}
+
 // GoogleTest starts a thread of its own at the first failed assertion; this one is thrown away.
 void FailAnAssertion() {
     using Reporter = ::testing::ScopedFakeTestPartResultReporter;
@@ -81,6 +100,7 @@ void WarmUp(const std::wstring& path) {
     UseSockets();
     OpenUsersRegistry();
     WaitForAThread();
+    StartManyThreads();
     FailAnAssertion();
     warm = true;
 }

@@ -57,7 +57,7 @@ JobReport PrintedJob() {
     JobReport job;
     job.document_bytes = 3;
     job.document_sha256 = L"abc";
-    job.delivery = Delivery{3, L"abc", 1};
+    job.delivery = Delivery{3, L"abc", 1, {}};
     return job;
 }
 
