@@ -33,6 +33,8 @@ class CPrintChannel {
     virtual bool IsReachable();
     // Whether a job is on: between StartDoc and EndDoc.
     [[nodiscard]] virtual bool IsOpen();
+    // The same without a log line.
+    [[nodiscard]] bool HasJob() const noexcept { return m_open; }
     // Starts a job of the port with this handle id. The document name may be null. 0, or -1.
     virtual std::int32_t StartDoc(std::uint32_t portId, const wchar_t* documentName) = 0;
     // Ends the job. 0, or -1.

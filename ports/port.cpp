@@ -142,6 +142,21 @@ bool CPort::CloseChannel(Unfinished job) {
     return RunRequestedClose();
 }
 
+void CPort::LookAtChannel() {
+    {
+        const CTryExclusiveLock lock(m_jobLock);
+        if (lock.IsHeld() && m_channel) {
+            static_cast<void>(m_channel->IsOpen());
+        }
+    }
+    static_cast<void>(RunRequestedClose());
+}
+
+// A port that is deleted was looked at when it was closed.
+bool CPort::IsToBeClosed(CPrintChannel& channel) const {
+    return m_giveUpRequested ? channel.HasJob() : channel.IsOpen();
+}
+
 bool CPort::RunRequestedClose() {
     bool closed = true;
     // Looked at again after every release: a request that came in meanwhile found the lock taken
@@ -153,7 +168,7 @@ bool CPort::RunRequestedClose() {
         }
         m_closeRequested = false;
         try {
-            closed = !m_channel || !m_channel->IsOpen() || m_channel->EndDoc() == 0;
+            closed = !m_channel || !IsToBeClosed(*m_channel) || m_channel->EndDoc() == 0;
         } catch (...) {
             m_giveUpRequested = false;
             throw;

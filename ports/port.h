@@ -51,6 +51,9 @@ class CPort {
     // at its end. False when the channel could not be closed.
     [[nodiscard]] bool CloseChannel(Unfinished job);
 
+    // Looks whether the channel is open, for the log; a job on it is left alone.
+    void LookAtChannel();
+
     // Tells the spooler and the channel a new printer status, when it differs from the last one.
     bool SetStatus(std::uint32_t status);
     // Reads the job at level 1.
@@ -82,6 +85,7 @@ class CPort {
     [[nodiscard]] ExchangeResult ExchangeWhileFree(const CPortInfo& info);
     // Carries out a requested close unless a job's operation is running. False when it failed.
     bool RunRequestedClose();
+    [[nodiscard]] bool IsToBeClosed(CPrintChannel& channel) const;
 
     IPortServices& m_services;
     std::wstring m_name;

@@ -208,7 +208,9 @@ bool CPortManager::ClosePortNow(std::uint32_t id, OpenJob job) {
         Log(LogLevel::kError, L"cannot get print channel");
         return false;
     }
-    if (job == OpenJob::kEnd && !port->CloseChannel(CPort::Unfinished::kEnd)) {
+    if (job == OpenJob::kLeave) {
+        port->LookAtChannel();
+    } else if (!port->CloseChannel(CPort::Unfinished::kEnd)) {
         Log(LogLevel::kError, L"cannot close print channel");
         return false;
     }

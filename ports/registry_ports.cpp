@@ -56,6 +56,21 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
 
 int CRegistryStore::ReadPort(const wchar_t* name, CPortInfo& info) {
     Log(LogLevel::kTrace, L"Read port info : hostname = %s", name);
+    // A subkey that comes or goes meanwhile moves the ones behind it, and the enumeration can step
+    // over the one that is looked for.
+    constexpr int kMostAttempts = 4;
+    int found = 0;
+    for (int attempt = 0; found == 0 && attempt < kMostAttempts; ++attempt) {
+        const std::uint32_t changes = m_subkeyChanges.load();
+        found = ReadPortOnce(name, info);
+        if (changes == m_subkeyChanges.load()) {
+            break;
+        }
+    }
+    return found;
+}
+
+int CRegistryStore::ReadPortOnce(const wchar_t* name, CPortInfo& info) {
     for (DWORD index = 0;; ++index) {
         const auto subkey = m_portsKey.SubkeyName(index);
         if (!subkey) {
@@ -151,6 +166,7 @@ int CRegistryStore::AddPortKey(const CPortInfo& info) {
         Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());
         return 0;
     }
+    ++m_subkeyChanges;
     SaveValues(key, info, true);
     return 1;
 }
@@ -193,6 +209,7 @@ int CRegistryStore::DeletePortKey(const std::wstring& name) {
         Log(LogLevel::kError, L"Unable to delete key ( %s )", name.c_str());
         return 0;
     }
+    ++m_subkeyChanges;
     return 1;
 }
 

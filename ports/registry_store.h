@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -81,6 +82,7 @@ class CRegistryStore : public ILogSettings {
     int GetNotifierCommand(std::wstring& command);
 
   private:
+    int ReadPortOnce(const wchar_t* name, CPortInfo& info);
     void LoadValues(const CRegistryKey& key, CPortInfo& info) const;
     void SaveValues(const CRegistryKey& key, const CPortInfo& info, bool writeAddress) const;
     // Opens a port's subkey; logs what cannot be opened.
@@ -92,6 +94,7 @@ class CRegistryStore : public ILogSettings {
     CRegistryKey m_portsKey;
     CRegistryKey m_softwareKey;
     MonitorType m_type = MonitorType::kNone;
+    std::atomic<std::uint32_t> m_subkeyChanges{0};  // ports added and deleted
 };
 
 // The process's store; there for as long as the library is loaded. The port manager opens and
