@@ -135,7 +135,13 @@ std::int32_t CPrintChannel::AfterFailedConnect(std::uint32_t result, ChannelStat
 
 void CPrintChannel::CloseConnection() {
     if (m_pStreamSocket) {
-        m_pStreamSocket->close();
+        if (IsEndRequested()) {
+            // Whoever gives a job up holds the port manager's lock: a sleeping printer must not
+            // hold up every other port.
+            m_pStreamSocket->Abandon();
+        } else {
+            m_pStreamSocket->close();
+        }
         m_pStreamSocket.reset();
     }
 }

@@ -52,6 +52,8 @@ class CSLStreamSocket : public CSLSocket {
     // Graceful: what was sent still arrives, and what the printer still says is read and dropped,
     // for at most as long as the connection may linger (100 seconds).
     virtual std::uint32_t close();
+    // Closes without waiting for the printer. The system goes on delivering what it has taken.
+    void Abandon();
 
     // The port bound by the last connect; 0 before it and after close, unless a port is kept.
     [[nodiscard]] std::uint16_t LocalPort() const noexcept { return m_localPort; }

@@ -6,7 +6,6 @@
 #include "ports/registry_store.h"
 #include "support/log.h"
 #include "support/process_state.h"
-#include "support/srw_lock.h"
 
 namespace ksp {
 
@@ -116,7 +115,7 @@ CPort::ExchangeResult CPort::ExchangePrintChannel(const CPortInfo& info) {
 }
 
 CPort::ExchangeResult CPort::ExchangeWhileFree(const CPortInfo& info) {
-    const CTryExclusiveLock lock(m_jobLock);
+    const CTryJobLock lock(m_jobLock);
     if (!lock.IsHeld() || (m_channel && m_channel->IsOpen())) {
         return ExchangeResult::kOpen;
     }
@@ -127,7 +126,7 @@ CPort::ExchangeResult CPort::ExchangeWhileFree(const CPortInfo& info) {
 bool CPort::HasChannel() {
     bool has = true;
     {
-        const CTryExclusiveLock lock(m_jobLock);
+        const CTryJobLock lock(m_jobLock);
         has = !lock.IsHeld() || m_channel != nullptr;
     }
     static_cast<void>(RunRequestedClose());
@@ -144,7 +143,7 @@ bool CPort::CloseChannel(Unfinished job) {
 
 void CPort::LookAtChannel() {
     {
-        const CTryExclusiveLock lock(m_jobLock);
+        const CTryJobLock lock(m_jobLock);
         if (lock.IsHeld() && m_channel) {
             static_cast<void>(m_channel->IsOpen());
         }
@@ -162,13 +161,16 @@ bool CPort::RunRequestedClose() {
     // Looked at again after every release: a request that came in meanwhile found the lock taken
     // and relies on this thread.
     while (m_closeRequested) {
-        const CTryExclusiveLock lock(m_jobLock);
+        const CTryJobLock lock(m_jobLock);
         if (!lock.IsHeld()) {
             break;
         }
         m_closeRequested = false;
         try {
-            closed = !m_channel || !IsToBeClosed(*m_channel) || m_channel->EndDoc() == 0;
+            if (m_channel && IsToBeClosed(*m_channel)) {
+                m_jobLock.BeginWork();
+                closed = m_channel->EndDoc() == 0;
+            }
         } catch (...) {
             m_giveUpRequested = false;
             throw;
@@ -179,7 +181,7 @@ bool CPort::RunRequestedClose() {
 }
 
 void CPort::LeaveJob() noexcept {
-    ::ReleaseSRWLockExclusive(&m_jobLock);
+    m_jobLock.Release();
     try {
         if (!RunRequestedClose()) {
             Log(LogLevel::kError, L"cannot close print channel");

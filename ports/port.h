@@ -9,6 +9,7 @@
 
 #include "channels/port_services.h"
 #include "channels/print_channel.h"
+#include "ports/job_lock.h"
 #include "ports/port_info.h"
 #include "support/spooler_query.h"
 #include "support/windows_handles.h"
@@ -95,7 +96,7 @@ class CPort {
     DWORD m_jobId = 0;           // the spooler's
     std::uint32_t m_status = 0;  // the last status written to the spooler
     UniqueHandle m_jobEvent;     // manual reset
-    SRWLOCK m_jobLock{};         // held by the job's operation that runs
+    CJobLock m_jobLock;          // its work is the job's operation that runs
     std::atomic<bool> m_closeRequested{false};
     std::atomic<bool> m_giveUpRequested{false};  // the channel watches it while it waits
 };
@@ -105,7 +106,7 @@ class CPort {
 class CJobScope {
   public:
     explicit CJobScope(CPort& port) noexcept : m_port(port) {
-        ::AcquireSRWLockExclusive(&m_port.m_jobLock);
+        m_port.m_jobLock.Acquire();
     }
     ~CJobScope() { m_port.LeaveJob(); }
     CJobScope(const CJobScope&) = delete;
