@@ -135,7 +135,12 @@ std::int32_t CPrintChannel::AfterFailedConnect(std::uint32_t result, ChannelStat
 
 void CPrintChannel::CloseConnection() {
     if (m_pStreamSocket) {
-        m_pStreamSocket->close();
+        // Whoever wants the job to end now does not wait until the printer has taken the rest of it.
+        if (IsEndRequested()) {
+            m_pStreamSocket->Abandon();
+        } else {
+            m_pStreamSocket->close();
+        }
         m_pStreamSocket.reset();
     }
 }

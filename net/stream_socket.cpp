@@ -286,6 +286,13 @@ std::uint32_t CSLStreamSocket::close() {
     return CloseHandle();
 }
 
+void CSLStreamSocket::Abandon() {
+    if (m_socket) {
+        ::shutdown(m_socket.Get(), SD_SEND);
+        static_cast<void>(CloseHandle());
+    }
+}
+
 bool CSLStreamSocket::Drain() {
     const ULONGLONG start = ::GetTickCount64();
     // A printer that never stops talking must not keep the spooler's thread for ever.

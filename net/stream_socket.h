@@ -52,6 +52,9 @@ class CSLStreamSocket : public CSLSocket {
     // Graceful: what was sent still arrives, and what the printer still says is read and dropped,
     // for at most as long as the connection may linger (100 seconds).
     virtual std::uint32_t close();
+    // Ends the connection without waiting: whether what was sent still arrives is left to the
+    // system.
+    void Abandon();
 
     // The port bound by the last connect; 0 before it and after close, unless a port is kept.
     [[nodiscard]] std::uint16_t LocalPort() const noexcept { return m_localPort; }

@@ -167,6 +167,8 @@ bool CPort::RunRequestedClose() {
             break;
         }
         m_closeRequested = false;
+        // Whoever ends the job afterwards must still learn what became of it.
+        m_jobGivenUp = m_jobGivenUp || m_giveUpRequested;
         try {
             closed = !m_channel || !IsToBeClosed(*m_channel) || m_channel->EndDoc() == 0;
         } catch (...) {
@@ -192,6 +194,7 @@ void CPort::LeaveJob() noexcept {
 void CPort::SetJob(UniquePrinter printer, DWORD jobId) noexcept {
     m_printer = std::move(printer);
     m_jobId = jobId;
+    m_jobGivenUp = false;
 }
 
 bool CPort::SetStatus(std::uint32_t status) {
