@@ -166,6 +166,8 @@ bool CPort::RunRequestedClose() {
             break;
         }
         m_closeRequested = false;
+        // Whoever ends the job afterwards must still learn what became of it.
+        m_jobGivenUp = m_jobGivenUp || m_giveUpRequested;
         try {
             if (m_channel && IsToBeClosed(*m_channel)) {
                 m_jobLock.BeginWork();
@@ -194,6 +196,7 @@ void CPort::LeaveJob() noexcept {
 void CPort::SetJob(UniquePrinter printer, DWORD jobId) noexcept {
     m_printer = std::move(printer);
     m_jobId = jobId;
+    m_jobGivenUp = false;
 }
 
 bool CPort::SetStatus(std::uint32_t status) {

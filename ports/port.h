@@ -46,8 +46,10 @@ class CPort {
     // What becomes of a job that is still on the channel when it is closed: it is ended as
     // EndDocPort would end it, or given up, because its port goes.
     enum class Unfinished { kEnd, kGiveUp };
-    // Whether the job that is on the channel is being given up.
-    [[nodiscard]] bool IsGivenUp() const noexcept { return m_giveUpRequested.load(); }
+    // Whether the job of the last StartDocPort is being given up, or has been.
+    [[nodiscard]] bool IsGivenUp() const noexcept {
+        return m_giveUpRequested.load() || m_jobGivenUp;
+    }
     // Closes the channel if it is open. While a job's operation is in it, that operation closes it
     // at its end. False when the channel could not be closed.
     [[nodiscard]] bool CloseChannel(Unfinished job);
@@ -99,6 +101,7 @@ class CPort {
     CJobLock m_jobLock;          // its work is the job's operation that runs
     std::atomic<bool> m_closeRequested{false};
     std::atomic<bool> m_giveUpRequested{false};  // the channel watches it while it waits
+    bool m_jobGivenUp = false;                   // under the job lock
 };
 
 // Holds a port for one operation of its job. Operations of one job do not overlap; where a spooler

@@ -91,6 +91,8 @@ class LpdPrinter {
 
     void ReleaseAnswers() { released_ = true; }
     void StartReading() { reading_ = true; }
+    // Reads without rest from now on, and as much as there is.
+    void Hurry() { hurrying_ = true; }
 
     // False when it has not come true in time.
     [[nodiscard]] bool WaitForConnections(size_t count);
@@ -117,6 +119,7 @@ class LpdPrinter {
 
     std::atomic<bool> released_ = false;
     std::atomic<bool> reading_;
+    std::atomic<bool> hurrying_ = false;
     std::atomic<bool> stopping_ = false;
 
     mutable std::mutex mutex_;
