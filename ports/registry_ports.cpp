@@ -18,6 +18,11 @@ std::wstring TextOf(const CRegistryKey& key, const wchar_t* name) {
     return key.ReadText(name).value_or(std::wstring());
 }
 
+bool IsSameKeyName(const std::wstring& left, const std::wstring& right) {
+    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
 }  // namespace
 
 CRegistryKey CRegistryStore::OpenPort(const std::wstring& name, REGSAM rights) {
@@ -99,6 +104,22 @@ bool CRegistryStore::HasUntrackedPort(const std::wstring& printerAddress) {
         const CRegistryKey key = OpenPort(*subkey, KEY_READ);
         if (key.IsOpen() && DwordOf(key, L"PrinterAddressType") != kTracked &&
             TextOf(key, L"PrinterAddress") == printerAddress) {
+            return true;
+        }
+    }
+}
+
+bool CRegistryStore::IsKeyOfAnotherPort(const std::wstring& name) {
+    CRegistryKey key;
+    if (key.Open(m_access, m_portsKey.Get(), name.c_str(), KEY_READ) != ERROR_SUCCESS) {
+        return false;
+    }
+    for (DWORD index = 0;; ++index) {
+        const auto subkey = m_portsKey.SubkeyName(index);
+        if (!subkey || *subkey == name) {
+            return false;
+        }
+        if (IsSameKeyName(*subkey, name)) {
             return true;
         }
     }
