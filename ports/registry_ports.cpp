@@ -30,6 +30,11 @@ class CSubkeyChange {
     std::atomic<std::uint32_t>& m_changes;
 };
 
+bool IsSameKeyName(const std::wstring& left, const std::wstring& right) {
+    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
 }  // namespace
 
 CRegistryKey CRegistryStore::OpenPort(const std::wstring& name, REGSAM rights) {
@@ -122,6 +127,22 @@ bool CRegistryStore::HasUntrackedPortOnce(const std::wstring& printerAddress) {
         if (key.Open(m_access, m_portsKey.Get(), subkey->c_str(), KEY_READ) == ERROR_SUCCESS &&
             DwordOf(key, L"PrinterAddressType") != kTracked &&
             TextOf(key, L"PrinterAddress") == printerAddress) {
+            return true;
+        }
+    }
+}
+
+bool CRegistryStore::IsKeyOfAnotherPort(const std::wstring& name) {
+    CRegistryKey key;
+    if (key.Open(m_access, m_portsKey.Get(), name.c_str(), KEY_READ) != ERROR_SUCCESS) {
+        return false;
+    }
+    for (DWORD index = 0;; ++index) {
+        const auto subkey = m_portsKey.SubkeyName(index);
+        if (!subkey || *subkey == name) {
+            return false;
+        }
+        if (IsSameKeyName(*subkey, name)) {
             return true;
         }
     }

@@ -58,6 +58,9 @@ class CRegistryStore : public ILogSettings {
     int ReadPort(const wchar_t* name, CPortInfo& info);
     // Whether a port that is not tracked by MAC address has exactly this `PrinterAddress`.
     [[nodiscard]] bool HasUntrackedPort(const std::wstring& printerAddress);
+    // Whether this name would get the key of another port, one whose name differs from it in case
+    // alone: the registry takes both for the same key.
+    [[nodiscard]] bool IsKeyOfAnotherPort(const std::wstring& name);
     int AddPortKey(const CPortInfo& info);
     int UpdatePortKey(const CPortInfo& info, bool writeAddress);
     int UpdateIpAddress(const CPortInfo& info);
