@@ -116,12 +116,21 @@ CPort::ExchangeResult CPort::ExchangePrintChannel(const CPortInfo& info) {
 }
 
 CPort::ExchangeResult CPort::ExchangeWhileFree(const CPortInfo& info) {
-    const CTryExclusiveLock lock(m_jobLock);
-    if (!lock.IsHeld() || (m_channel && m_channel->IsOpen())) {
-        return ExchangeResult::kOpen;
+    constexpr int kMostAttempts = 1000;
+    for (int attempt = 0; attempt < kMostAttempts && !m_jobRuns; ++attempt) {
+        const CTryExclusiveLock lock(m_jobLock);
+        if (!lock.IsHeld()) {
+            // Somebody looks at the channel, which is no reason to refuse, or a job comes.
+            ::Sleep(1);
+            continue;
+        }
+        if (m_channel && m_channel->IsOpen()) {
+            break;
+        }
+        DeletePrintChannel();
+        return CreatePrintChannel(info) ? ExchangeResult::kExchanged : ExchangeResult::kNoChannel;
     }
-    DeletePrintChannel();
-    return CreatePrintChannel(info) ? ExchangeResult::kExchanged : ExchangeResult::kNoChannel;
+    return ExchangeResult::kOpen;
 }
 
 bool CPort::HasChannel() {
@@ -168,8 +177,11 @@ bool CPort::RunRequestedClose() {
         }
         m_closeRequested = false;
         try {
-            closed = !m_channel || !IsToBeClosed(*m_channel) || m_channel->EndDoc() == 0;
+            m_jobRuns = m_channel && IsToBeClosed(*m_channel);
+            closed = !m_jobRuns || m_channel->EndDoc() == 0;
+            m_jobRuns = false;
         } catch (...) {
+            m_jobRuns = false;
             m_giveUpRequested = false;
             throw;
         }
@@ -179,6 +191,7 @@ bool CPort::RunRequestedClose() {
 }
 
 void CPort::LeaveJob() noexcept {
+    m_jobRuns = false;
     ::ReleaseSRWLockExclusive(&m_jobLock);
     try {
         if (!RunRequestedClose()) {

@@ -95,7 +95,9 @@ class CPort {
     DWORD m_jobId = 0;           // the spooler's
     std::uint32_t m_status = 0;  // the last status written to the spooler
     UniqueHandle m_jobEvent;     // manual reset
-    SRWLOCK m_jobLock{};         // held by the job's operation that runs
+    // Held by the job's operation that runs, and for moments by whoever looks at the channel.
+    SRWLOCK m_jobLock{};
+    std::atomic<bool> m_jobRuns{false};  // the holder of the lock may take long
     std::atomic<bool> m_closeRequested{false};
     std::atomic<bool> m_giveUpRequested{false};  // the channel watches it while it waits
 };
@@ -106,6 +108,7 @@ class CJobScope {
   public:
     explicit CJobScope(CPort& port) noexcept : m_port(port) {
         ::AcquireSRWLockExclusive(&m_port.m_jobLock);
+        m_port.m_jobRuns = true;
     }
     ~CJobScope() { m_port.LeaveJob(); }
     CJobScope(const CJobScope&) = delete;
