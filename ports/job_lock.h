@@ -26,7 +26,7 @@ class CJobLock {
             if (m_atWork) {
                 return false;
             }
-            ::SwitchToThread();
+            ::Sleep(1);
         }
         return true;
     }

@@ -17,18 +17,8 @@ class XcvAddPortTest : public XcvTest {
         ASSERT_TRUE(Start());
         NewLines();
     }
-    // Refused with 13 and these lines, and nothing has changed.
     void ExpectInvalid(const XcvInput& input, const std::vector<std::string>& lines) {
-        const std::vector<std::wstring> ports = PortNames();
-        const std::wstring keys = PortKeys();
-        NewLines();
-        const XcvAnswer answer = Call(L"AddPort", input);
-        EXPECT_EQ(LinesOf("Xcv AddPort"), lines);
-        EXPECT_EQ(answer.code, DWORD{ERROR_INVALID_DATA});
-        EXPECT_EQ(answer.needed, 0U);
-        EXPECT_EQ(answer.input, input.value_or(Bytes()));
-        EXPECT_EQ(PortNames(), ports);
-        EXPECT_EQ(PortKeys(), keys);
+        ExpectUnchanged(L"AddPort", input, ERROR_INVALID_DATA, lines);
     }
     void ExpectInvalid(const AddPortTokens& tokens, const std::vector<std::string>& lines) {
         ExpectInvalid(Terminated(tokens.Text()), lines);

@@ -1,6 +1,8 @@
 // Whatever a tool hands in: every command with inputs and outputs of all kinds, each in memory that
 // ends with it. Nothing is read or written outside, nothing changes, nothing stays open or locked.
 
+#include <algorithm>
+
 #include "tests/monitor/background.h"
 #include "tests/xcv/xcv_test.h"
 
@@ -57,6 +59,23 @@ std::vector<NamedInput> BadInputs() {
 
 std::vector<std::optional<size_t>> OutputSizes() {
     return {std::nullopt, 0, 1, 3, 4, 5, 21, 22, 23, 16411, 16412, 16413};
+}
+
+// The blocks of memory that are in use in this process.
+size_t CountBlocks() {
+    constexpr DWORD kMostHeaps = 64;
+    HANDLE heaps[kMostHeaps] = {};
+    const DWORD count = std::min(GetProcessHeaps(kMostHeaps, heaps), kMostHeaps);
+    size_t blocks = 0;
+    for (DWORD index = 0; index < count; ++index) {
+        PROCESS_HEAP_ENTRY entry = {};
+        HeapLock(heaps[index]);
+        while (HeapWalk(heaps[index], &entry)) {
+            blocks += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? 1 : 0;
+        }
+        HeapUnlock(heaps[index]);
+    }
+    return blocks;
 }
 
 // What a command does with an input that names no port and asks for nothing.
@@ -150,6 +169,22 @@ TEST_F(XcvBadInputTest, EveryCommandStaysWithinEveryOutput) {
                 EXPECT_TRUE(IsUntouchedFrom(answer.output, written ? refusal.output : 0)) << what;
             }
         }
+    }
+}
+
+TEST_F(XcvBadInputTest, NothingPilesUpInMemory) {
+    constexpr int kRounds = 200;
+    for (const Refusal& refusal : kRefusals) {
+        const auto run = [&](int rounds) {
+            for (int round = 0; round < rounds; ++round) {
+                static_cast<void>(Call(refusal.command, L"unknown name", refusal.output));
+            }
+        };
+        run(1);
+        const size_t before = CountBlocks();
+        ASSERT_GT(before, 0U);
+        run(kRounds);
+        EXPECT_LT(CountBlocks(), before + kRounds) << refusal.command;
     }
 }
 

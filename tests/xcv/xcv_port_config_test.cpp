@@ -47,19 +47,10 @@ class XcvPortConfigTest : public XcvTest {
         ASSERT_TRUE(Start());
         NewLines();
     }
-    // Refused with 13 and these lines, and nothing has changed.
     void ExpectInvalid(const XcvInput& input, const std::vector<std::string>& lines) {
-        const std::vector<std::wstring> ports = PortNames();
-        const std::wstring keys = PortKeys();
-        NewLines();
-        const XcvAnswer answer = Call(L"ConfigurePort", input);
-        EXPECT_EQ(LinesOf("Xcv ConfigurePort"), lines);
-        EXPECT_EQ(answer.code, DWORD{ERROR_INVALID_DATA});
-        EXPECT_EQ(answer.needed, 0U);
-        EXPECT_EQ(PortNames(), ports);
-        EXPECT_EQ(PortKeys(), keys);
+        ExpectUnchanged(L"ConfigurePort", input, ERROR_INVALID_DATA, lines);
     }
-    // The same of GetPortConfig.
+    // Refused with 13 and these lines, and no byte is written.
     void ExpectNoRecord(const XcvInput& name, const std::vector<std::string>& lines) {
         NewLines();
         const XcvAnswer answer = Call(L"GetPortConfig", name, kRecord);

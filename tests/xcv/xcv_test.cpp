@@ -84,6 +84,20 @@ XcvAnswer XcvTest::Call(const std::wstring& command, const XcvInput& input,
     return answer;
 }
 
+void XcvTest::ExpectUnchanged(const std::wstring& command, const XcvInput& input, DWORD code,
+                              const std::vector<std::string>& lines) {
+    const std::vector<std::wstring> ports = PortNames();
+    const std::wstring keys = PortKeys();
+    NewLines();
+    const XcvAnswer answer = Call(command, input);
+    EXPECT_EQ(LinesOf("Xcv " + std::string(command.begin(), command.end())), lines);
+    EXPECT_EQ(answer.code, code);
+    EXPECT_EQ(answer.needed, 0U);
+    EXPECT_EQ(answer.input, input.value_or(Bytes()));
+    EXPECT_EQ(PortNames(), ports);
+    EXPECT_EQ(PortKeys(), keys);
+}
+
 void XcvTest::AddRawPort(const std::wstring& name) {
     AddPortKey({.name = name, .PrinterAddress = L"127.0.0.1", .IpAddress = L"127.0.0.1"});
 }

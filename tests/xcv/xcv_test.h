@@ -73,6 +73,11 @@ class XcvTest : public MonitorDiscoveryTest {
         return Call(L"SilentAddPort", Terminated(text));
     }
 
+    // Sends a command that is refused with this code and these lines, and finds its input, the port
+    // list and the registry as they were.
+    void ExpectUnchanged(const std::wstring& command, const XcvInput& input, DWORD code,
+                         const std::vector<std::string>& lines);
+
     // A raw port in the registry; before Start.
     void AddRawPort(const std::wstring& name);
     // The ports that the monitor lists, and everything that the registry has of them.
