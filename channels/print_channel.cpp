@@ -94,7 +94,7 @@ void CPrintChannel::OpenJob(std::uint32_t portId) {
 
 void CPrintChannel::UpdatePortStatus() {
     if (m_protocolInfo != nullptr) {
-        const std::uint32_t status = PollPrinterStatus(m_protocolInfo->GetHostName());
+        const std::uint32_t status = PollPrinterStatus(m_protocolInfo->HostName());
         m_services.SetPortStatus(m_portId, status);
     }
 }

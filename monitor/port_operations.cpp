@@ -74,12 +74,12 @@ CPortInfo ReadRecord(const CPort& port) {
 }
 
 // False when the port has no channel or the spooler does not know the job.
-[[nodiscard]] bool ReadJobState(const CPort& port, bool& paused) {
+[[nodiscard]] bool ReadJobState(CPort& port, bool& paused) {
     if (port.Channel() == nullptr) {
         Log(LogLevel::kError, L"print channel is no set");
         return false;
     }
-    SpoolerRecords job;
+    SpoolerRecords& job = port.JobRecords();
     if (!port.GetJobInfo(job)) {
         return false;
     }

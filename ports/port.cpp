@@ -66,7 +66,6 @@ CPort::~CPort() {
         static_cast<void>(m_printer.Release());
         return;
     }
-    m_jobEvent.Reset();
     m_printer.Reset();
     try {
         m_channel.reset();
@@ -83,10 +82,7 @@ bool CPort::Initialize(const CPortInfo& info) {
         Log(LogLevel::kInfo, L"could not create print channel for port: %s", info.PortName.c_str());
         return false;
     }
-    if (!m_jobEvent) {
-        m_jobEvent.Reset(::CreateEventW(nullptr, TRUE, TRUE, nullptr));
-    }
-    if (!m_jobEvent) {
+    if (!m_jobEvent.Create()) {
         Log(LogLevel::kInfo, L"could not create event handle");
         return false;
     }
@@ -192,6 +188,7 @@ void CPort::LeaveJob() noexcept {
 void CPort::SetJob(UniquePrinter printer, DWORD jobId) noexcept {
     m_printer = std::move(printer);
     m_jobId = jobId;
+    m_jobRecords = SpoolerRecords();
 }
 
 bool CPort::SetStatus(std::uint32_t status) {
@@ -232,28 +229,23 @@ bool CPort::GetJobInfo(SpoolerRecords& job) const {
     return false;
 }
 
-bool CPort::SignalJobEvent() {
-    if (!m_jobEvent) {
+bool CPort::LogJobEvent(bool there) {
+    if (!there) {
         Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
     }
-    return ::SetEvent(m_jobEvent.Get()) != FALSE;
+    return there;
+}
+
+bool CPort::SignalJobEvent() {
+    return LogJobEvent(m_jobEvent.Signal());
 }
 
 bool CPort::ResetJobEvent() {
-    if (!m_jobEvent) {
-        Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
-    }
-    return ::ResetEvent(m_jobEvent.Get()) != FALSE;
+    return LogJobEvent(m_jobEvent.Reset());
 }
 
 bool CPort::WaitJobEvent() {
-    if (!m_jobEvent) {
-        Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
-    }
-    return ::WaitForSingleObject(m_jobEvent.Get(), INFINITE) == WAIT_OBJECT_0;
+    return LogJobEvent(m_jobEvent.Wait());
 }
 
 }  // namespace ksp

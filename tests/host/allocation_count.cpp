@@ -4,7 +4,6 @@
 #include <oleauto.h>
 
 #include <atomic>
-#include <cstdlib>
 
 #include "tests/host/patched_import.h"
 
@@ -14,6 +13,20 @@ namespace {
 std::atomic<size_t> g_requests{0};
 std::atomic<ptrdiff_t> g_bytes_held{0};
 
+// The C runtime's own, past the imports of this program, which may be the ones that are counted.
+template <class Function>
+Function RuntimeFunction(const char* name) {
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"msvcrt.dll"), name)));
+}
+
+void*(WINAPI* const g_malloc)(size_t) = RuntimeFunction<void*(WINAPI*)(size_t)>("malloc");
+void*(WINAPI* const g_calloc)(size_t, size_t) =
+    RuntimeFunction<void*(WINAPI*)(size_t, size_t)>("calloc");
+void*(WINAPI* const g_realloc)(void*, size_t) =
+    RuntimeFunction<void*(WINAPI*)(void*, size_t)>("realloc");
+void(WINAPI* const g_free)(void*) = RuntimeFunction<void(WINAPI*)(void*)>("free");
+HGLOBAL(WINAPI* g_global_alloc)(UINT, SIZE_T) = nullptr;
 BSTR(WINAPI* g_sys_alloc_length)(const OLECHAR*, UINT) = nullptr;
 BSTR(WINAPI* g_sys_alloc_bytes)(LPCSTR, UINT) = nullptr;
 
@@ -33,26 +46,26 @@ void GivenBack(void* memory) {
 
 // On 64-bit Windows there is one calling convention, so WINAPI stands for the C one too.
 void* WINAPI CountedMalloc(size_t size) {
-    return Taken(std::malloc(size));
+    return Taken(g_malloc(size));
 }
 
 void* WINAPI CountedCalloc(size_t count, size_t size) {
-    return Taken(std::calloc(count, size));
+    return Taken(g_calloc(count, size));
 }
 
 void* WINAPI CountedRealloc(void* memory, size_t size) {
     GivenBack(memory);
-    return Taken(std::realloc(memory, size));
+    return Taken(g_realloc(memory, size));
 }
 
 void WINAPI CountedFree(void* memory) {
     GivenBack(memory);
-    std::free(memory);
+    g_free(memory);
 }
 
 HGLOBAL WINAPI CountedGlobalAlloc(UINT flags, SIZE_T size) {
     ++g_requests;
-    return ::GlobalAlloc(flags, size);
+    return g_global_alloc(flags, size);
 }
 
 BSTR WINAPI CountedSysAllocStringLen(const OLECHAR* text, UINT length) {
@@ -76,6 +89,7 @@ struct AllocationCount::Patches {
           global("GlobalAlloc", CountedGlobalAlloc, module),
           bstr("SysAllocStringLen", CountedSysAllocStringLen, module),
           bstr_bytes("SysAllocStringByteLen", CountedSysAllocStringByteLen, module) {
+        g_global_alloc = global.original();
         g_sys_alloc_length = bstr.original();
         g_sys_alloc_bytes = bstr_bytes.original();
     }
