@@ -42,13 +42,22 @@ void ReportSent(const CPort& port) {
     ::SetJobW(port.Printer(), port.JobId(), 0, nullptr, JOB_CONTROL_SENT_TO_PRINTER);
 }
 
+// Looks the port up in the registry. Only ID printing needs its record; the ordinary monitor, which
+// asks before every write, leaves it empty.
+[[nodiscard]] bool FindRecord(const CPort& port, CPortInfo& info) {
+    if (port.Name().empty()) {
+        return false;
+    }
+    CRegistryStore& store = RegistryStore();
+    return store.Type() == MonitorType::kIdPrint
+               ? store.ReadPort(port.Name().c_str(), info) != 0
+               : store.HasPort(port.Name().c_str());
+}
+
 // A record that cannot be read is an empty one.
 CPortInfo ReadRecord(const CPort& port) {
     CPortInfo info;
-    if (!port.Name().empty() && RegistryStore().ReadPort(port.Name().c_str(), info) == 0) {
-        info = CPortInfo();
-    }
-    return info;
+    return FindRecord(port, info) ? info : CPortInfo();
 }
 
 // An ID-print printer that does not answer must not be sent a job: it would vanish in silence.
@@ -66,12 +75,12 @@ CPortInfo ReadRecord(const CPort& port) {
 }
 
 // False when the port has no channel or the spooler does not know the job.
-[[nodiscard]] bool ReadJobState(const CPort& port, bool& paused) {
+[[nodiscard]] bool ReadJobState(CPort& port, bool& paused) {
     if (port.Channel() == nullptr) {
         Log(LogLevel::kError, L"print channel is no set");
         return false;
     }
-    SpoolerRecords job;
+    SpoolerRecords& job = port.JobRecords();
     if (!port.GetJobInfo(job)) {
         return false;
     }
@@ -83,7 +92,7 @@ CPortInfo ReadRecord(const CPort& port) {
 // The channel's write result. A port that the registry does not know any more takes nothing.
 std::int32_t WriteToChannel(const CPort& port, const BYTE* data, DWORD size) {
     CPortInfo info;
-    if (port.Name().empty() || RegistryStore().ReadPort(port.Name().c_str(), info) == 0) {
+    if (!FindRecord(port, info)) {
         return 0;
     }
     return WriteJobData(port, info, data, size);

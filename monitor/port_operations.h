@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "monitor/port_listing.h"
 #include "ports/port_manager.h"
 
 namespace ksp {
@@ -42,6 +43,7 @@ class CPortOperations {
     [[nodiscard]] bool EndDocPortNow(HANDLE handle);
 
     CPortManager& m_manager;
+    CPortListing m_listing;  // guarded by the port manager lock
 };
 
 }  // namespace ksp

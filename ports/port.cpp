@@ -65,7 +65,6 @@ CPort::~CPort() {
         static_cast<void>(m_printer.Release());
         return;
     }
-    m_jobEvent.Reset();
     m_printer.Reset();
     try {
         m_channel.reset();
@@ -82,10 +81,7 @@ bool CPort::Initialize(const CPortInfo& info) {
         Log(LogLevel::kInfo, L"could not create print channel for port: %s", info.PortName.c_str());
         return false;
     }
-    if (!m_jobEvent) {
-        m_jobEvent.Reset(::CreateEventW(nullptr, TRUE, TRUE, nullptr));
-    }
-    if (!m_jobEvent) {
+    if (!m_jobEvent.Create()) {
         Log(LogLevel::kInfo, L"could not create event handle");
         return false;
     }
@@ -197,6 +193,7 @@ void CPort::SetJob(UniquePrinter printer, DWORD jobId) noexcept {
     m_printer = std::move(printer);
     m_jobId = jobId;
     m_jobGivenUp = false;
+    m_jobRecords = SpoolerRecords();
 }
 
 bool CPort::SetStatus(std::uint32_t status) {
@@ -237,28 +234,23 @@ bool CPort::GetJobInfo(SpoolerRecords& job) const {
     return false;
 }
 
-bool CPort::SignalJobEvent() {
-    if (!m_jobEvent) {
+bool CPort::LogJobEvent(bool there) {
+    if (!there) {
         Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
     }
-    return ::SetEvent(m_jobEvent.Get()) != FALSE;
+    return there;
+}
+
+bool CPort::SignalJobEvent() {
+    return LogJobEvent(m_jobEvent.Signal());
 }
 
 bool CPort::ResetJobEvent() {
-    if (!m_jobEvent) {
-        Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
-    }
-    return ::ResetEvent(m_jobEvent.Get()) != FALSE;
+    return LogJobEvent(m_jobEvent.Reset());
 }
 
 bool CPort::WaitJobEvent() {
-    if (!m_jobEvent) {
-        Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
-    }
-    return ::WaitForSingleObject(m_jobEvent.Get(), INFINITE) == WAIT_OBJECT_0;
+    return LogJobEvent(m_jobEvent.Wait());
 }
 
 }  // namespace ksp

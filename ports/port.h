@@ -9,10 +9,10 @@
 
 #include "channels/port_services.h"
 #include "channels/print_channel.h"
+#include "ports/job_event.h"
 #include "ports/job_lock.h"
 #include "ports/port_info.h"
 #include "support/spooler_query.h"
-#include "support/windows_handles.h"
 
 namespace ksp {
 
@@ -61,6 +61,9 @@ class CPort {
     bool SetStatus(std::uint32_t status);
     // Reads the job at level 1.
     [[nodiscard]] bool GetJobInfo(SpoolerRecords& job) const;
+    // Where the operations of the port's job read what the spooler says of it. The room is kept from
+    // one write to the next, until the job ends.
+    [[nodiscard]] SpoolerRecords& JobRecords() noexcept { return m_jobRecords; }
     // The event is signalled except while a write is sending. False, with a log line, without
     // event.
     bool SignalJobEvent();
@@ -85,6 +88,8 @@ class CPort {
     friend class CJobScope;
 
     void LeaveJob() noexcept;
+    // What the job event answered, with its log line.
+    static bool LogJobEvent(bool there);
     [[nodiscard]] ExchangeResult ExchangeWhileFree(const CPortInfo& info);
     // Carries out a requested close unless a job's operation is running. False when it failed.
     bool RunRequestedClose();
@@ -97,7 +102,8 @@ class CPort {
     UniquePrinter m_printer;     // null between jobs
     DWORD m_jobId = 0;           // the spooler's
     std::uint32_t m_status = 0;  // the last status written to the spooler
-    UniqueHandle m_jobEvent;     // manual reset
+    CJobEvent m_jobEvent;
+    SpoolerRecords m_jobRecords;
     CJobLock m_jobLock;          // its work is the job's operation that runs
     std::atomic<bool> m_closeRequested{false};
     std::atomic<bool> m_giveUpRequested{false};  // the channel watches it while it waits

@@ -13,6 +13,9 @@ const Type* At(HMODULE module, ULONG_PTR offset) {
 }  // namespace
 
 ULONG_PTR* FindImport(HMODULE module, const char* function) {
+    if (module == nullptr) {
+        module = ::GetModuleHandleW(nullptr);
+    }
     const auto* dos = At<IMAGE_DOS_HEADER>(module, 0);
     const auto* header = At<IMAGE_NT_HEADERS64>(module, static_cast<ULONG_PTR>(dos->e_lfanew));
     const DWORD imports =

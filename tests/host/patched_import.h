@@ -4,14 +4,17 @@
 
 namespace ksp::test {
 
-// Leads this program's calls of an imported system function elsewhere for as long as it lives: for
-// what the system refuses too rarely to wait for. The replacement may call the original.
+// Leads the calls of an imported function that one module of this process makes elsewhere for as long
+// as it lives: to count them, or for what the system refuses too rarely to wait for. The replacement
+// may call the original. The module is the program unless another is given, and stays loaded
+// meanwhile.
 //
 // Not for two threads at once.
 template <class Function>
 class PatchedImport;
 
 // Where a module keeps the address of an imported function; null when it imports none of that name.
+// A null module is the program.
 ULONG_PTR* FindImport(HMODULE module, const char* function);
 void WriteImport(ULONG_PTR* slot, ULONG_PTR target);
 
@@ -20,7 +23,8 @@ class PatchedImport<Result(WINAPI*)(Arguments...)> {
   public:
     using Function = Result(WINAPI*)(Arguments...);
 
-    PatchedImport(const char* name, Function replacement) : slot_(FindImport(::GetModuleHandleW(nullptr), name)) {
+    PatchedImport(const char* name, Function replacement, HMODULE module = nullptr)
+        : slot_(FindImport(module, name)) {
         if (slot_ != nullptr) {
             original_ = *slot_;
             WriteImport(slot_, reinterpret_cast<ULONG_PTR>(replacement));
@@ -34,7 +38,7 @@ class PatchedImport<Result(WINAPI*)(Arguments...)> {
     PatchedImport(const PatchedImport&) = delete;
     PatchedImport& operator=(const PatchedImport&) = delete;
 
-    // False when the program does not call the function at all.
+    // False when the module does not call the function at all.
     [[nodiscard]] bool works() const { return slot_ != nullptr; }
     [[nodiscard]] Function original() const { return reinterpret_cast<Function>(original_); }
 
