@@ -112,19 +112,35 @@ std::wstring WideText(std::string_view bytes) {
 
 std::string Hexadecimal(std::string_view bytes) {
     constexpr char kDigits[] = "0123456789abcdef";
+    constexpr std::size_t kRun = 16;
     std::string digits;
-    for (const char c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
+    for (std::size_t at = 0; at < bytes.size();) {
+        const auto byte = static_cast<unsigned char>(bytes[at]);
+        const std::size_t run = std::min(bytes.find_first_not_of(bytes[at], at), bytes.size()) - at;
         digits += kDigits[byte >> 4];
         digits += kDigits[byte & 0x0F];
+        at += run >= kRun ? run : 1;
+        if (run >= kRun) {
+            digits += "{" + std::to_string(run) + "}";
+        }
     }
     return digits;
 }
 
 std::string FromHexadecimal(std::string_view digits) {
     std::string bytes;
-    for (std::size_t at = 0; at + 1 < digits.size(); at += 2) {
+    for (std::size_t at = 0; at + 1 < digits.size();) {
+        if (digits[at] == '{') {
+            std::size_t run = 0;
+            for (++at; digits[at] != '}'; ++at) {
+                run = run * 10 + DigitValue(digits[at]);
+            }
+            ++at;
+            bytes.append(run - 1, bytes.back());
+            continue;
+        }
         bytes += static_cast<char>(DigitValue(digits[at]) << 4 | DigitValue(digits[at + 1]));
+        at += 2;
     }
     return bytes;
 }

@@ -15,7 +15,8 @@ namespace ksp::test {
 [[nodiscard]] std::string WideBytes(std::wstring_view text);
 [[nodiscard]] std::wstring WideText(std::string_view bytes);
 
-// The text of hexadecimal digits, and back.
+// The text of hexadecimal digits, and back. Sixteen and more equal bytes are one byte with their count:
+// "41{200}".
 [[nodiscard]] std::string Hexadecimal(std::string_view bytes);
 [[nodiscard]] std::string FromHexadecimal(std::string_view digits);
 

@@ -52,6 +52,11 @@ class RegistryFuzz : public FuzzTest {
         return type == REG_DWORD && data.size() == sizeof(DWORD);
     }
 
+    static bool IsText(const host::RegistryValue& value) {
+        return value.type == REG_SZ && value.data.size() >= sizeof(wchar_t) &&
+               (value.data[0] != 0 || value.data[1] != 0);
+    }
+
     void TryPortValues(const std::string& tape) {
         ForgetCalls();
         store().RemoveKey(root(), L"Ports");
@@ -80,6 +85,8 @@ class RegistryFuzz : public FuzzTest {
         ForgetCalls();
         UseMonitor(1);
         UseLog();
+        // A search ends when the printer is found.
+        SetSetting(L"WaitPrinterValueTimeout", 60);
         for (TapedValue& value : ReadTape(tape)) {
             value.name = static_cast<std::uint8_t>(value.name % kSettings.size());
             if (value.name >= kFirstDirectory && value.name <= kLastDirectory) {
@@ -97,15 +104,26 @@ class RegistryFuzz : public FuzzTest {
                     .PrinterAddressType = 4,
                     .IpAddress = L"127.9.9.9",
                     .MacAddress = kMac});
-        // Without a directory for the log the monitor starts all the same.
+        // Without its directory the monitor refuses to start; with another one it has no library to
+        // follow its printers with.
+        const auto exe_directory = store().GetValue(HKEY_LOCAL_MACHINE, software_key(), L"ExeDirectory");
+        if (!IsText(*exe_directory)) {
+            EXPECT_TRUE(StartExpectingFailure());
+            Unload();
+            return;
+        }
         ASSERT_TRUE(Start());
         const std::vector<uint8_t> data = {'d', 'a', 't', 'a'};
-        static_cast<void>(Print(QueueJob(L"Port"), data, {.max_refusals = 1}));
+        const host::JobOutcome outcome = Print(QueueJob(L"Port"), data, {.max_refusals = 1});
         EXPECT_THAT(PortNames(), ::testing::ElementsAre(L"Port"));
         Unload();
         ASSERT_EQ(store().OpenKeyCount(), 0U);
         EXPECT_EQ(store().GetText(root(), PortPath(L"Port"), L"MacAddress"), kMac);
-        EXPECT_NE(address, L"");
+        if (store().GetText(HKEY_LOCAL_MACHINE, software_key(), L"ExeDirectory") ==
+            DiscoveryControl::FullDirectory()) {
+            EXPECT_EQ(store().GetText(root(), PortPath(L"Port"), L"IpAddress"), address);
+            EXPECT_TRUE(outcome.printed());
+        }
     }
 
   private:

@@ -112,7 +112,9 @@ class XcvFuzz : public FuzzTest {
         for (const std::wstring& port : PortNames()) {
             DeletePort(port);
         }
-        store().RemoveKey(root(), PortPath(name));
+        if (has_port) {
+            store().RemoveKey(root(), PortPath(name));
+        }
     }
 
     // The first byte says which command; the rest is its input, and also the size of its output.
