@@ -31,7 +31,7 @@ ConfirmationBehavior Ready() {
 
 ConfirmationService::ConfirmationService(ConfirmationBehavior behavior,
                                          const standins::Endpoint& endpoint)
-    : behavior_(std::move(behavior)), listener_(standins::BindTo(endpoint)) {
+    : listener_(standins::BindTo(endpoint)), behavior_(std::move(behavior)) {
     if (!listener_.valid() || listen(listener_.get(), SOMAXCONN) != 0) {
         listener_.Close();
         return;
@@ -62,22 +62,33 @@ void ConfirmationService::ServeUntilStopped() {
         if (!socket.valid()) {
             continue;
         }
-        std::string request = Serve(socket);
+        ConfirmationBehavior behavior;
+        {
+            const std::lock_guard lock(mutex_);
+            behavior = behavior_;
+        }
+        std::string request = Serve(socket, behavior);
         const std::lock_guard lock(mutex_);
         requests_.push_back(std::move(request));
         changed_.notify_all();
     }
 }
 
-std::string ConfirmationService::Serve(const Socket& socket) const {
+void ConfirmationService::SetBehavior(ConfirmationBehavior behavior) {
+    const std::lock_guard lock(mutex_);
+    behavior_ = std::move(behavior);
+}
+
+std::string ConfirmationService::Serve(const Socket& socket,
+                                       const ConfirmationBehavior& behavior) const {
     std::string received;
     while (received.size() < kRequestSize) {
         if (!Receive(socket, &received)) {
             return received;
         }
     }
-    Reply(socket);
-    if (behavior_.closes) {
+    Reply(socket, behavior);
+    if (behavior.closes) {
         shutdown(socket.get(), SD_SEND);
     }
     while (Receive(socket, &received)) {
@@ -99,8 +110,8 @@ bool ConfirmationService::Receive(const Socket& socket, std::string* received) c
     return count > 0;
 }
 
-void ConfirmationService::Reply(const Socket& socket) const {
-    for (const ReplyPiece& piece : behavior_.reply) {
+void ConfirmationService::Reply(const Socket& socket, const ConfirmationBehavior& behavior) const {
+    for (const ReplyPiece& piece : behavior.reply) {
         for (int left = piece.pause; left > 0 && !stopping_; left -= kHeartbeat) {
             Sleep(static_cast<DWORD>(std::min(left, kHeartbeat)));
         }

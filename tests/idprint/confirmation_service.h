@@ -43,23 +43,26 @@ class ConfirmationService {
 
     // False when the address or port could not be taken.
     [[nodiscard]] bool ready() const { return listener_.valid(); }
+    // How the connections that come from now on are answered.
+    void SetBehavior(ConfirmationBehavior behavior);
     // Everything that each connection brought, in their order; a connection counts when it is over.
     // Waits until there are so many.
     [[nodiscard]] std::vector<std::string> Requests(size_t count);
 
   private:
     void ServeUntilStopped();
-    [[nodiscard]] std::string Serve(const standins::Socket& socket) const;
+    [[nodiscard]] std::string Serve(const standins::Socket& socket,
+                                    const ConfirmationBehavior& behavior) const;
     // False when the peer sent no more, or the service is to stop.
     bool Receive(const standins::Socket& socket, std::string* received) const;
-    void Reply(const standins::Socket& socket) const;
+    void Reply(const standins::Socket& socket, const ConfirmationBehavior& behavior) const;
 
-    const ConfirmationBehavior behavior_;
     standins::SocketLibrary sockets_;
     standins::Socket listener_;
     std::atomic<bool> stopping_ = false;
     std::mutex mutex_;
     std::condition_variable changed_;
+    ConfirmationBehavior behavior_;
     std::vector<std::string> requests_;
     std::thread thread_;  // last: it uses the others
 };

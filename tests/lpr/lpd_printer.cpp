@@ -225,9 +225,7 @@ class LpdPrinter::Conversation {
 
     // False when the connection is over.
     bool Answer(LpdStep step) {
-        const auto found = printer_.behavior_.answers.find(step);
-        const LpdAnswer answer =
-            found != printer_.behavior_.answers.end() ? found->second : LpdAnswer{};
+        const LpdAnswer answer = printer_.AnswerTo(step);
         while (answer.is_held && !printer_.released_) {
             if (!Rest()) {
                 return false;
@@ -274,7 +272,10 @@ class LpdPrinter::Conversation {
 };
 
 LpdPrinter::LpdPrinter(LpdBehavior behavior, Endpoint endpoint)
-    : behavior_(std::move(behavior)), endpoint_(std::move(endpoint)), reading_(false) {
+    : behavior_(std::move(behavior)),
+      endpoint_(std::move(endpoint)),
+      reading_(false),
+      answers_(behavior_.answers) {
     if (endpoint_.address.empty()) {
         endpoint_.address = NewLoopbackAddress();
     }
@@ -339,6 +340,17 @@ void LpdPrinter::AcceptUntilStopped() {
 void LpdPrinter::Serve(Socket socket, size_t index) {
     const LpdConnection::Ending ending = Conversation(*this, std::move(socket), index).Run();
     Note(index, [&](LpdConnection& connection) { connection.ending = ending; });
+}
+
+void LpdPrinter::SetAnswers(std::map<LpdStep, LpdAnswer> answers) {
+    const std::lock_guard lock(mutex_);
+    answers_ = std::move(answers);
+}
+
+LpdAnswer LpdPrinter::AnswerTo(LpdStep step) const {
+    const std::lock_guard lock(mutex_);
+    const auto found = answers_.find(step);
+    return found != answers_.end() ? found->second : LpdAnswer{};
 }
 
 void LpdPrinter::Note(size_t index, const std::function<void(LpdConnection&)>& change) {

@@ -90,6 +90,8 @@ class LpdPrinter {
     [[nodiscard]] const Endpoint& endpoint() const { return endpoint_; }
 
     void ReleaseAnswers() { released_ = true; }
+    // How the steps are answered from now on.
+    void SetAnswers(std::map<LpdStep, LpdAnswer> answers);
     void StartReading() { reading_ = true; }
     // Reads without rest from now on, and as much as there is.
     void Hurry() { hurrying_ = true; }
@@ -108,6 +110,7 @@ class LpdPrinter {
     [[nodiscard]] bool Open();
     void AcceptUntilStopped();
     void Serve(Socket socket, size_t index);
+    [[nodiscard]] LpdAnswer AnswerTo(LpdStep step) const;
     void Note(size_t index, const std::function<void(LpdConnection&)>& change);
     [[nodiscard]] bool WaitFor(const std::function<bool()>& condition);
 
@@ -125,6 +128,7 @@ class LpdPrinter {
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<LpdConnection> connections_;
+    std::map<LpdStep, LpdAnswer> answers_;
 
     std::thread acceptor_;
     std::vector<std::thread> servers_;  // touched by the acceptor only, until it has ended
