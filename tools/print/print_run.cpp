@@ -18,6 +18,7 @@
 #include "tools/print/interruption.h"
 #include "tools/print/monitor_log.h"
 #include "tools/print/monitor_setup.h"
+#include "tools/print/program_directory.h"
 #include "tools/print/progress.h"
 #include "tools/print/report.h"
 #include "tools/print/spooler.h"
@@ -36,17 +37,6 @@ constexpr size_t kLargestWrite = 65536;
 constexpr uint64_t kSlowestPrinter = 160'000;  // bytes a second
 constexpr uint64_t kPrintingTime = 3;          // seconds, at that speed or faster
 constexpr std::chrono::seconds kDeliveryPatience{10};
-
-std::wstring ProgramDirectory() {
-    std::wstring path(MAX_PATH, L'\0');
-    DWORD length = 0;
-    while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
-           path.size()) {
-        path.resize(path.size() * 2);
-    }
-    path.resize(length);
-    return path.substr(0, path.find_last_of(L'\\'));
-}
 
 // One document on its way through the monitor, from an empty registry to the report.
 class PrintRun {
