@@ -6,15 +6,9 @@
 
 #include "ports/monitor_type.h"
 #include "ports/registry_key.h"
-#include "support/unique_resource.h"
+#include "support/windows_handles.h"
 
 namespace ksp::ctl {
-
-struct PredefinedKeyTraits {
-    using Type = HKEY;
-    static Type None() noexcept { return nullptr; }
-    static void Close(Type key) noexcept { ::RegCloseKey(key); }
-};
 
 // HKEY_LOCAL_MACHINE of a computer, and the monitor's keys below it. Every call returns a Windows
 // code.
@@ -36,7 +30,7 @@ class MachineRegistry {
     [[nodiscard]] CRegistryAccess& access() { return access_; }
 
   private:
-    UniqueResource<PredefinedKeyTraits> remote_;
+    UniqueRegistryKey remote_;
     HKEY root_ = HKEY_LOCAL_MACHINE;
     CRegistryAccess access_;
 };
