@@ -60,6 +60,7 @@ class PrintRun {
     Document document_;
     TempDirectory log_directory_;
     host::MemoryRegistry registry_;
+    std::wstring program_directory_;
     MonitorSetup setup_;
     Spooler spooler_;
     std::unique_ptr<DemoPrinter> printer_;               // none for a real printer
@@ -91,9 +92,12 @@ bool PrintRun::Execute() {
 }
 
 bool PrintRun::Prepare() {
-    setup_.program_directory = ProgramDirectory();
+    program_directory_ = ProgramDirectory();
+    setup_.exe_directory =
+        options_.exe_directory.empty() ? program_directory_ : options_.exe_directory;
+    setup_.record = options_.port;
     setup_.log_directory = log_directory_.path();
-    setup_.port = kPortName;
+    setup_.port = options_.port ? options_.port->PortName : kPortName;
     setup_.protocol_id = options_.protocol->id;
     setup_.queue = options_.protocol->queue;
     setup_.id_print = options_.id_print;
@@ -102,9 +106,9 @@ bool PrintRun::Prepare() {
         PrintErrorLine(L"kspprint: cannot make a directory for the log");
         return false;
     }
-    if (!spooler_.Load(setup_.program_directory + L"\\winspool.drv")) {
+    if (!spooler_.Load(program_directory_ + L"\\winspool.drv")) {
         PrintErrorLine(L"kspprint: the winspool.drv that belongs to this program does not lie in " +
-                       setup_.program_directory);
+                       program_directory_);
         return false;
     }
     PrepareSpooler();
@@ -119,7 +123,7 @@ bool PrintRun::Prepare() {
         }
         setup_.printer_address = printer_->address();
     }
-    if (options_.id_print) {
+    if (options_.id_print && options_.plays_printer()) {
         confirmation_ = std::make_unique<ConfirmationService>(setup_.printer_address);
         if (!confirmation_->ready()) {
             PrintErrorLine(L"kspprint: cannot take a port for the confirmation of the printer");
@@ -132,17 +136,18 @@ bool PrintRun::Prepare() {
 }
 
 void PrintRun::PrepareSpooler() {
-    spooler_.AddPrinter(kPrinterName, kPortName);
+    spooler_.AddPrinter(kPrinterName, setup_.port);
     spooler_.AddJob(kPrinterName, kJobId, document_.name(), document_.size());
 }
 
 void PrintRun::Announce() const {
     PrintLine(L"Printing through the port monitor");
     PrintField(L"document", document_.name() + L", " + Counted(document_.size(), L"byte"));
-    PrintField(L"monitor", setup_.program_directory + L"\\kspmon.dll");
+    PrintField(L"monitor", program_directory_ + L"\\kspmon.dll");
     PrintField(L"port", setup_.port + L": " + std::wstring(options_.protocol->title) + L" to " +
                             setup_.printer_address + L" port " +
-                            std::to_wstring(options_.protocol->port));
+                            std::to_wstring(options_.port ? options_.port->PortNumber
+                                                          : options_.protocol->port));
     if (!printer_) {
         PrintField(L"printer", L"a real one; the job is given up when it takes nothing for " +
                                    Counted(options_.patience, L"second"));
@@ -165,7 +170,7 @@ void PrintRun::Announce() const {
 }
 
 bool PrintRun::StartMonitor() {
-    const std::wstring path = setup_.program_directory + L"\\kspmon.dll";
+    const std::wstring path = program_directory_ + L"\\kspmon.dll";
     if (!monitor_.Load(path)) {
         PrintErrorLine(L"kspprint: cannot load " + path + L" (error " +
                        std::to_wstring(GetLastError()) + L")");
