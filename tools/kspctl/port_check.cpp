@@ -11,6 +11,12 @@
 namespace ksp::ctl {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point begin) {
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
 bool IsRaw(const CPortInfo& info) {
     return info.ProtocolID == static_cast<std::uint32_t>(ProtocolId::kRaw);
 }
@@ -58,10 +64,11 @@ bool PortCheck::Run() {
 }
 
 void PortCheck::Do(Look look, const Discovery& discovery) {
-    using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
     CheckStep step = (this->*look)(discovery);
-    step.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    if (step.seconds == 0) {
+        step.seconds = SecondsSince(begin);
+    }
     failed_ = failed_ || step.result == CheckResult::kFailed;
     report_(step);
 }
@@ -116,8 +123,11 @@ CheckStep PortCheck::Connect(const Discovery& /*discovery*/) {
     CSLIpAddr address;
     std::uint32_t error = address.getByName(address_);
     if (error == 0) {
+        const auto begin = Clock::now();
         CSLStreamSocket socket(address, port);
         error = socket.connect();
+        // Closing waits for what the printer may still say; that is no matter of the connection.
+        step.seconds = SecondsSince(begin);
         socket.close();
     }
     if (error == 0) {

@@ -26,7 +26,7 @@ struct CheckStep {
     CheckResult result = CheckResult::kPassed;
     std::wstring text = {};    // what was found
     std::wstring advice = {};  // what to do next; empty when there is nothing to do
-    double seconds = 0;
+    double seconds = 0;        // 0 until the step is done
 };
 
 // Looks at everything that a job of the port needs, in the order in which the job needs it. Prints
