@@ -4,7 +4,7 @@
 #include <new>
 
 #include "support/log.h"
-#include "support/unique_resource.h"
+#include "support/windows_handles.h"
 
 namespace ksp {
 
@@ -15,13 +15,6 @@ constexpr wchar_t kSpoolSettingsPath[] = L"SYSTEM\\CurrentControlSet\\Control\\P
 constexpr wchar_t kNotifierPath[] = L"SOFTWARE\\TAVRIN\\PNOTIFY";
 constexpr wchar_t kUserIdentityPath[] = L"Software\\Kestrel\\Confirmation Print";
 constexpr wchar_t kSubnet[] = L"subnet";
-
-struct UserKeyTraits {
-    using Type = HKEY;
-    static Type None() noexcept { return nullptr; }
-    static void Close(Type key) noexcept { ::RegCloseKey(key); }
-};
-using UniqueUserKey = UniqueResource<UserKeyTraits>;
 
 std::optional<CSubnet> SubnetOf(const std::wstring& text) {
     const auto separator = text.find(L';');
@@ -103,13 +96,13 @@ void CRegistryStore::LoadSubnetList(std::vector<CSubnet>& list) {
 // Outside the access layer: the hive is that of the user whom the calling thread impersonates, and
 // no spooler function opens it.
 std::optional<std::wstring> CRegistryStore::GetUserIdentity() {
-    UniqueUserKey hive;
+    UniqueRegistryKey hive;
     if (const LONG result = ::RegOpenCurrentUser(KEY_READ, hive.Receive());
         result != ERROR_SUCCESS) {
         Log(LogLevel::kError, L"RegOpenCurrentUser error. (%ld)", result);
         return std::nullopt;
     }
-    UniqueUserKey key;
+    UniqueRegistryKey key;
     if (const LONG result =
             ::RegOpenKeyExW(hive.Get(), kUserIdentityPath, 0, KEY_READ, key.Receive());
         result != ERROR_SUCCESS) {

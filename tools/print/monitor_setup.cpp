@@ -21,7 +21,7 @@ void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     const wchar_t* const software = setup.id_print ? kIdPrintSoftwareKey : kSoftwareKey;
     registry->SetDword(registry->Root(), L"", L"KSPRINT_SECURE",
                        setup.id_print ? kIdPrintMonitor : kOrdinaryMonitor);
-    registry->SetText(machine, software, L"ExeDirectory", setup.program_directory);
+    registry->SetText(machine, software, L"ExeDirectory", setup.exe_directory);
     registry->SetText(machine, software, L"LogDirectory", setup.log_directory);
     registry->SetText(machine, software, L"LogFileName", kLogFileName);
     registry->SetText(machine, software, L"LPRDirectory", setup.log_directory);
@@ -30,20 +30,36 @@ void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     registry->SetDword(machine, software, L"WaitServerReplyTimeout", kReplyTimeout);
 }
 
-void WritePort(const MonitorSetup& setup, host::MemoryRegistry* registry) {
+// The port that the setup describes.
+CPortInfo PortOf(const MonitorSetup& setup) {
     const bool dotted = IsDottedAddress(setup.printer_address);
+    CPortInfo port;
+    port.PrinterAddress = setup.printer_address;
+    port.PrinterAddressType = dotted ? kDottedAddress : kHostName;
+    port.IpAddress = dotted ? setup.printer_address : L"";
+    port.ProtocolID = setup.protocol_id;
+    port.QueueName = setup.queue;
+    port.SecureRawPortNo = setup.raw_port;
+    port.CheckPortNo = setup.check_port;
+    return port;
+}
+
+void WritePort(const MonitorSetup& setup, host::MemoryRegistry* registry) {
+    const CPortInfo port = setup.record.value_or(PortOf(setup));
     const HANDLE root = registry->Root();
     const std::wstring key = PortKey(setup);
-    registry->SetDword(root, key, L"PrinterAddressType", dotted ? kDottedAddress : kHostName);
-    registry->SetText(root, key, L"IpAddress", dotted ? setup.printer_address : L"");
-    registry->SetText(root, key, L"SubnetMask", L"");
-    registry->SetText(root, key, L"MacAddress", L"");
-    registry->SetDword(root, key, L"ProtocolID", setup.protocol_id);
-    registry->SetText(root, key, L"PrinterAddress", setup.printer_address);
-    registry->SetText(root, key, L"QueueName", setup.queue);
+    registry->SetDword(root, key, L"PrinterAddressType", port.PrinterAddressType);
+    registry->SetText(root, key, L"IpAddress", port.IpAddress);
+    registry->SetText(root, key, L"SubnetMask", port.SubnetMask);
+    registry->SetText(root, key, L"MacAddress", port.MacAddress);
+    registry->SetDword(root, key, L"ProtocolID", port.ProtocolID);
+    registry->SetText(root, key, L"PrinterAddress", port.PrinterAddress);
+    registry->SetText(root, key, L"QueueName", port.QueueName);
     if (setup.id_print) {
-        registry->SetDword(root, key, L"SecureRawPortNo", setup.raw_port);
-        registry->SetDword(root, key, L"CheckPortNo", setup.check_port);
+        registry->SetDword(root, key, L"SecureRawPortNo", port.SecureRawPortNo);
+        registry->SetDword(root, key, L"CheckPortNo", port.CheckPortNo);
+        registry->SetDword(root, key, L"SecureUserMode", port.SecureUserMode);
+        registry->SetText(root, key, L"UserIdentityName", port.UserIdentityName);
     }
 }
 

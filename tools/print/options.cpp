@@ -43,15 +43,25 @@ std::wstring TakePatience(const std::wstring& value, Options* options) {
     return L"";
 }
 
+std::wstring TakeRecord(const std::wstring& value, Options* options) {
+    options->record_file = value;
+    return L"";
+}
+
+std::wstring TakeExeDirectory(const std::wstring& value, Options* options) {
+    options->exe_directory = value;
+    return L"";
+}
+
 struct ValueOption {
     std::wstring_view name;
     std::wstring (*take)(const std::wstring& value, Options* options);
 };
 
 constexpr ValueOption kValueOptions[] = {
-    {L"--protocol", TakeProtocol},
-    {L"--printer", TakePrinter},
-    {L"--patience", TakePatience},
+    {L"--protocol", TakeProtocol},          {L"--printer", TakePrinter},
+    {L"--patience", TakePatience},          {L"--record", TakeRecord},
+    {L"--exe-directory", TakeExeDirectory},
 };
 
 std::wstring TakeFile(const std::wstring& name, Options* options) {
@@ -97,7 +107,10 @@ std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* opti
             return problem;
         }
     }
-    if (options->id_print && !options->plays_printer()) {
+    if (!options->record_file.empty() && !options->printer.empty()) {
+        return L"--record says which printer it is and goes without --printer";
+    }
+    if (options->id_print && !options->printer.empty()) {
         return L"--id-print plays its printer itself and goes without --printer";
     }
     return L"";
@@ -120,6 +133,12 @@ std::wstring Usage() {
            L"                      (default: 20)\n"
            L"  --id-print          as the ID-print monitor: the printer is asked whether it is\n"
            L"                      there, and a header says whose job it is\n"
+           L"  --record FILE       a port as the monitor gives it out, 16412 bytes: its printer, "
+           L"its\n"
+           L"                      protocol and all the rest of it. With --id-print of that "
+           L"monitor.\n"
+           L"  --exe-directory DIR the directory of the discovery library (default: this "
+           L"program's)\n"
            L"\n"
            L"The program plays the print spooler, with the kspmon.dll and the winspool.drv that "
            L"lie\n"

@@ -19,6 +19,7 @@
 #include "tools/print/interruption.h"
 #include "tools/print/monitor_log.h"
 #include "tools/print/monitor_setup.h"
+#include "tools/print/program_directory.h"
 #include "tools/print/progress.h"
 #include "tools/print/report.h"
 #include "tools/print/spooler.h"
@@ -36,17 +37,6 @@ constexpr size_t kLargestWrite = 65536;
 constexpr uint64_t kSlowestPrinter = 160'000;  // bytes a second
 constexpr uint64_t kPrintingTime = 3;          // seconds, at that speed or faster
 constexpr std::chrono::seconds kDeliveryPatience{10};
-
-std::wstring ProgramDirectory() {
-    std::wstring path(MAX_PATH, L'\0');
-    DWORD length = 0;
-    while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
-           path.size()) {
-        path.resize(path.size() * 2);
-    }
-    path.resize(length);
-    return path.substr(0, path.find_last_of(L'\\'));
-}
 
 // One document on its way through the monitor, from an empty registry to the report.
 class PrintRun {
@@ -70,6 +60,7 @@ class PrintRun {
     Document document_;
     host::TempDirectory log_directory_;
     host::MemoryRegistry registry_;
+    std::wstring program_directory_;
     MonitorSetup setup_;
     Spooler spooler_;
     std::unique_ptr<DemoPrinter> printer_;               // none for a real printer
@@ -101,9 +92,12 @@ bool PrintRun::Execute() {
 }
 
 bool PrintRun::Prepare() {
-    setup_.program_directory = ProgramDirectory();
+    program_directory_ = ProgramDirectory();
+    setup_.exe_directory =
+        options_.exe_directory.empty() ? program_directory_ : options_.exe_directory;
+    setup_.record = options_.port;
     setup_.log_directory = log_directory_.path();
-    setup_.port = kPortName;
+    setup_.port = options_.port ? options_.port->PortName : kPortName;
     setup_.protocol_id = options_.protocol->id;
     setup_.queue = options_.protocol->queue;
     setup_.id_print = options_.id_print;
@@ -112,9 +106,9 @@ bool PrintRun::Prepare() {
         PrintErrorLine(L"kspprint: cannot make a directory for the log");
         return false;
     }
-    if (!spooler_.Load(setup_.program_directory + L"\\winspool.drv")) {
+    if (!spooler_.Load(program_directory_ + L"\\winspool.drv")) {
         PrintErrorLine(L"kspprint: the winspool.drv that belongs to this program does not lie in " +
-                       setup_.program_directory);
+                       program_directory_);
         return false;
     }
     PrepareSpooler();
@@ -129,7 +123,7 @@ bool PrintRun::Prepare() {
         }
         setup_.printer_address = printer_->address();
     }
-    if (options_.id_print) {
+    if (options_.id_print && options_.plays_printer()) {
         confirmation_ = std::make_unique<ConfirmationService>(setup_.printer_address);
         if (!confirmation_->ready()) {
             PrintErrorLine(L"kspprint: cannot take a port for the confirmation of the printer");
@@ -142,17 +136,18 @@ bool PrintRun::Prepare() {
 }
 
 void PrintRun::PrepareSpooler() {
-    spooler_.AddPrinter(kPrinterName, kPortName);
+    spooler_.AddPrinter(kPrinterName, setup_.port);
     spooler_.AddJob(kPrinterName, kJobId, document_.name(), document_.size());
 }
 
 void PrintRun::Announce() const {
     PrintLine(L"Printing through the port monitor");
     PrintField(L"document", document_.name() + L", " + Counted(document_.size(), L"byte"));
-    PrintField(L"monitor", setup_.program_directory + L"\\kspmon.dll");
+    PrintField(L"monitor", program_directory_ + L"\\kspmon.dll");
     PrintField(L"port", setup_.port + L": " + std::wstring(options_.protocol->title) + L" to " +
                             setup_.printer_address + L" port " +
-                            std::to_wstring(options_.protocol->port));
+                            std::to_wstring(options_.port ? options_.port->PortNumber
+                                                          : options_.protocol->port));
     if (!printer_) {
         PrintField(L"printer", L"a real one; the job is given up when it takes nothing for " +
                                    Counted(options_.patience, L"second"));
@@ -175,7 +170,7 @@ void PrintRun::Announce() const {
 }
 
 bool PrintRun::StartMonitor() {
-    const std::wstring path = setup_.program_directory + L"\\kspmon.dll";
+    const std::wstring path = program_directory_ + L"\\kspmon.dll";
     if (!monitor_.Load(path)) {
         PrintErrorLine(L"kspprint: cannot load " + path + L" (error " +
                        std::to_wstring(GetLastError()) + L")");
