@@ -6,16 +6,9 @@
 #include <cstdint>
 #include <string>
 
-#include "support/unique_resource.h"
+#include "support/unique_socket.h"
 
 namespace ksp::host {
-
-struct SocketTraits {
-    using Type = SOCKET;
-    static Type None() noexcept { return INVALID_SOCKET; }
-    static void Close(Type socket) noexcept { ::closesocket(socket); }
-};
-using UniqueSocket = UniqueResource<SocketTraits>;
 
 // Keeps Windows Sockets started while it lives.
 class SocketLibrary {

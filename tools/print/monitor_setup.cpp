@@ -11,10 +11,11 @@ constexpr const wchar_t* kIdPrintSoftwareKey = L"SOFTWARE\\Kestrel\\Kestrel Prin
 constexpr DWORD kOrdinaryMonitor = 1;
 constexpr DWORD kIdPrintMonitor = 2;
 constexpr DWORD kTraceLevel = 1;
-constexpr DWORD kLargestLog = 256;  // megabytes; one file holds the whole run
-constexpr DWORD kReplyTimeout = 5;  // seconds; shorter than usual, for somebody who watches
+constexpr DWORD kLargestLog = 256;   // megabytes; one file holds the whole run
+constexpr DWORD kSnmpTimeout = 5;  // seconds
 constexpr DWORD kDottedAddress = 1;
 constexpr DWORD kHostName = 2;
+constexpr DWORD kTracked = 4;
 
 void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     const HKEY machine = HKEY_LOCAL_MACHINE;
@@ -27,17 +28,31 @@ void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     registry->SetText(machine, software, L"LPRDirectory", setup.log_directory);
     registry->SetDword(machine, software, L"LogLevel", kTraceLevel);
     registry->SetDword(machine, software, L"MaxLogSize", kLargestLog);
-    registry->SetDword(machine, software, L"WaitServerReplyTimeout", kReplyTimeout);
+    registry->SetDword(machine, software, L"WaitServerReplyTimeout", setup.reply_timeout);
+    registry->SetDword(machine, software, L"WaitStatusReplyTimeout", kSnmpTimeout);
+    registry->SetDword(machine, software, L"WaitPrinterValueTimeout", kSnmpTimeout);
+    if (!setup.searched_network.empty()) {
+        registry->SetDword(machine, software, L"SubnetSegment", 1);
+        registry->SetText(machine, software + std::wstring(L"\\subnet"), L"subnet0",
+                          setup.searched_network);
+    }
+}
+
+DWORD AddressType(const MonitorSetup& setup) {
+    if (!setup.mac.empty()) {
+        return kTracked;
+    }
+    return IsDottedAddress(setup.printer_address) ? kDottedAddress : kHostName;
 }
 
 void WritePort(const MonitorSetup& setup, host::MemoryRegistry* registry) {
-    const bool dotted = IsDottedAddress(setup.printer_address);
+    const DWORD type = AddressType(setup);
     const HANDLE root = registry->Root();
     const std::wstring key = PortKey(setup);
-    registry->SetDword(root, key, L"PrinterAddressType", dotted ? kDottedAddress : kHostName);
-    registry->SetText(root, key, L"IpAddress", dotted ? setup.printer_address : L"");
+    registry->SetDword(root, key, L"PrinterAddressType", type);
+    registry->SetText(root, key, L"IpAddress", type == kHostName ? L"" : setup.printer_address);
     registry->SetText(root, key, L"SubnetMask", L"");
-    registry->SetText(root, key, L"MacAddress", L"");
+    registry->SetText(root, key, L"MacAddress", setup.mac);
     registry->SetDword(root, key, L"ProtocolID", setup.protocol_id);
     registry->SetText(root, key, L"PrinterAddress", setup.printer_address);
     registry->SetText(root, key, L"QueueName", setup.queue);

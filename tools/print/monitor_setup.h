@@ -17,6 +17,12 @@ struct MonitorSetup {
     bool id_print = false;
     DWORD raw_port = 0;    // of an ID-print port
     DWORD check_port = 0;  // of an ID-print port
+
+    // Of a port whose printer is followed by its MAC address; it was at printer_address last.
+    std::wstring mac;               // 12 hexadecimal digits; empty: any other port
+    std::wstring searched_network;  // "network address;subnet mask"
+
+    DWORD reply_timeout = 5;  // seconds; shorter than usual, for somebody who watches
 };
 
 void Configure(const MonitorSetup& setup, host::MemoryRegistry* registry);

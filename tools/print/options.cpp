@@ -81,6 +81,8 @@ std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* opti
             return L"";
         } else if (argument == L"--id-print") {
             options->id_print = true;
+        } else if (argument == L"--move") {
+            options->move = true;
         } else {
             const auto option =
                 std::find_if(std::begin(kValueOptions), std::end(kValueOptions),
@@ -100,12 +102,15 @@ std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* opti
     if (options->id_print && !options->plays_printer()) {
         return L"--id-print plays its printer itself and goes without --printer";
     }
+    if (options->move && !options->plays_printer()) {
+        return L"--move moves the printer that the program plays and goes without --printer";
+    }
     return L"";
 }
 
 std::wstring Usage() {
-    return L"kspprint [--protocol NAME] [--printer ADDRESS] [--patience SECONDS] [--id-print] "
-           L"[FILE]\n"
+    return L"kspprint [--protocol NAME] [--printer ADDRESS] [--patience SECONDS] [--id-print]\n"
+           L"         [--move] [FILE]\n"
            L"\n"
            L"Prints a document through the print port monitor kspmon.dll and shows what happens.\n"
            L"Without FILE it prints a sample of its own: one page of PostScript.\n"
@@ -116,14 +121,18 @@ std::wstring Usage() {
            L"  --printer ADDRESS   a real printer, by IPv4 address or host name. Without it the\n"
            L"                      program plays a printer on a loopback address and compares\n"
            L"                      what arrives there with what was sent.\n"
-           L"  --patience SECONDS  give the job up when the printer takes nothing for so long\n"
-           L"                      (default: 20)\n"
+           L"  --patience SECONDS  give the job up when the printer takes nothing for so long and\n"
+           L"                      its status stays as it is (default: 20)\n"
            L"  --id-print          as the ID-print monitor: the printer is asked whether it is\n"
            L"                      there, and a header says whose job it is\n"
+           L"  --move              the printer that the program plays has got another address: it "
+           L"is\n"
+           L"                      found there by its MAC address\n"
            L"\n"
-           L"The program plays the print spooler, with the kspmon.dll and the winspool.drv that "
-           L"lie\n"
-           L"in its own directory. The system's spooler and the registry stay untouched: "
+           L"The program plays the print spooler, with the kspmon.dll, the KSSTRMAPIe.dll (which "
+           L"asks\n"
+           L"printers over SNMP) and the winspool.drv that lie in its own directory. The system's "
+           L"spooler and the registry stay untouched: "
            L"printers,\n"
            L"jobs, ports and settings exist in memory, and for this run only.\n"
            L"\n"

@@ -37,7 +37,7 @@ UdpEndpoint EndpointOf(const sockaddr_in6& name) {
 DatagramSocket::DatagramSocket(const UdpEndpoint& endpoint) {
     const sockaddr_in6 name = MappedAddress(endpoint);
     const DWORD only_ipv6 = FALSE;
-    host::UniqueSocket socket(::socket(AF_INET6, SOCK_DGRAM, IPPROTO_UDP));
+    UniqueSocket socket(::socket(AF_INET6, SOCK_DGRAM, IPPROTO_UDP));
     if (socket &&
         setsockopt(socket.Get(), IPPROTO_IPV6, IPV6_V6ONLY,
                    reinterpret_cast<const char*>(&only_ipv6), sizeof(only_ipv6)) == 0 &&

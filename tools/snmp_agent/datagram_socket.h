@@ -41,7 +41,7 @@ class DatagramSocket {
     [[nodiscard]] std::optional<Datagram> Receive(std::chrono::microseconds patience) const;
 
   private:
-    host::UniqueSocket socket_;
+    UniqueSocket socket_;
 };
 
 }  // namespace ksp::agent
