@@ -16,15 +16,16 @@ constexpr DWORD kPausedJobPause = 2000;  // milliseconds
 
 // A printer without full access is still good for everything but its status.
 UniquePrinter OpenJobPrinter(wchar_t* printerName) {
-    UniquePrinter printer;
+    // What a failed call leaves in the handle is not ours to close.
+    HANDLE printer = nullptr;
     PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ALL_ACCESS};
-    if (::OpenPrinterW(printerName, printer.Receive(), &defaults) != FALSE) {
-        return printer;
+    if (::OpenPrinterW(printerName, &printer, &defaults) != FALSE) {
+        return UniquePrinter(printer);
     }
     Log(LogLevel::kInfo, L"error opening printer with all access");
     defaults.DesiredAccess = PRINTER_ACCESS_USE;
-    if (::OpenPrinterW(printerName, printer.Receive(), &defaults) != FALSE) {
-        return printer;
+    if (::OpenPrinterW(printerName, &printer, &defaults) != FALSE) {
+        return UniquePrinter(printer);
     }
     Log(LogLevel::kError, L"error opening printer");
     return UniquePrinter();
@@ -156,7 +157,13 @@ bool CPortOperations::OpenPortNow(const wchar_t* name, HANDLE* handle) {
 bool CPortOperations::StartDocPort(HANDLE handle, wchar_t* printerName, DWORD jobId,
                                    const DOC_INFO_1W* document) {
     try {
-        return StartDocPortNow(handle, printerName, jobId, document);
+        bool opened = true;
+        const bool started = StartDocPortNow(handle, printerName, jobId, document, opened);
+        if (!opened) {
+            // Last: giving the port back could change it.
+            ::SetLastError(ERROR_UNEXP_NET_ERR);
+        }
+        return started;
     } catch (...) {
         Log(LogLevel::kCritical, L"Exception error in StartDocPort.");
         return false;
@@ -164,7 +171,7 @@ bool CPortOperations::StartDocPort(HANDLE handle, wchar_t* printerName, DWORD jo
 }
 
 bool CPortOperations::StartDocPortNow(HANDLE handle, wchar_t* printerName, DWORD jobId,
-                                      const DOC_INFO_1W* document) {
+                                      const DOC_INFO_1W* document, bool& channelOpened) {
     Log(LogLevel::kTrace, L"called start doc port");
     const auto port = m_manager.GetPortByHandle(IdOfHandle(handle));
     if (!port) {
@@ -191,7 +198,7 @@ bool CPortOperations::StartDocPortNow(HANDLE handle, wchar_t* printerName, DWORD
         channel->StartDoc(IdOfHandle(handle), document != nullptr ? document->pDocName : nullptr);
     if (opened != kChannelOpened && opened != kChannelOpenedAlready) {
         Log(LogLevel::kError, L"error opening print channel");
-        ::SetLastError(ERROR_UNEXP_NET_ERR);
+        channelOpened = false;
         return false;
     }
     port->SignalJobEvent();

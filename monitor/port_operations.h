@@ -37,7 +37,7 @@ class CPortOperations {
                                      DWORD* returned);
     [[nodiscard]] bool OpenPortNow(const wchar_t* name, HANDLE* handle);
     [[nodiscard]] bool StartDocPortNow(HANDLE handle, wchar_t* printerName, DWORD jobId,
-                                       const DOC_INFO_1W* document);
+                                       const DOC_INFO_1W* document, bool& channelOpened);
     [[nodiscard]] bool WritePortNow(HANDLE handle, const BYTE* data, DWORD size, DWORD* written);
     [[nodiscard]] bool EndDocPortNow(HANDLE handle);
 

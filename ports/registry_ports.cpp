@@ -18,6 +18,18 @@ std::wstring TextOf(const CRegistryKey& key, const wchar_t* name) {
     return key.ReadText(name).value_or(std::wstring());
 }
 
+// Counts on when a subkey begins to come or go and when that is done; odd in between.
+class CSubkeyChange {
+  public:
+    explicit CSubkeyChange(std::atomic<std::uint32_t>& changes) : m_changes(changes) { ++changes; }
+    ~CSubkeyChange() { ++m_changes; }
+    CSubkeyChange(const CSubkeyChange&) = delete;
+    CSubkeyChange& operator=(const CSubkeyChange&) = delete;
+
+  private:
+    std::atomic<std::uint32_t>& m_changes;
+};
+
 }  // namespace
 
 CRegistryKey CRegistryStore::OpenPort(const std::wstring& name, REGSAM rights) {
@@ -54,20 +66,25 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
     }
 }
 
-int CRegistryStore::ReadPort(const wchar_t* name, CPortInfo& info) {
-    Log(LogLevel::kTrace, L"Read port info : hostname = %s", name);
+int CRegistryStore::FindDespiteChanges(const std::function<int()>& find) const {
     // A subkey that comes or goes meanwhile moves the ones behind it, and the enumeration can step
     // over the one that is looked for.
     constexpr int kMostAttempts = 4;
     int found = 0;
     for (int attempt = 0; found == 0 && attempt < kMostAttempts; ++attempt) {
         const std::uint32_t changes = m_subkeyChanges.load();
-        found = ReadPortOnce(name, info);
-        if (changes == m_subkeyChanges.load()) {
+        found = find();
+        const bool changing = changes % 2 != 0;
+        if (!changing && changes == m_subkeyChanges.load()) {
             break;
         }
     }
     return found;
+}
+
+int CRegistryStore::ReadPort(const wchar_t* name, CPortInfo& info) {
+    Log(LogLevel::kTrace, L"Read port info : hostname = %s", name);
+    return FindDespiteChanges([&] { return ReadPortOnce(name, info); });
 }
 
 int CRegistryStore::ReadPortOnce(const wchar_t* name, CPortInfo& info) {
@@ -90,14 +107,20 @@ int CRegistryStore::ReadPortOnce(const wchar_t* name, CPortInfo& info) {
 }
 
 bool CRegistryStore::HasUntrackedPort(const std::wstring& printerAddress) {
+    return FindDespiteChanges([&] { return HasUntrackedPortOnce(printerAddress) ? 1 : 0; }) != 0;
+}
+
+bool CRegistryStore::HasUntrackedPortOnce(const std::wstring& printerAddress) {
     constexpr auto kTracked = static_cast<std::uint32_t>(AddressType::kTracked);
     for (DWORD index = 0;; ++index) {
         const auto subkey = m_portsKey.SubkeyName(index);
         if (!subkey) {
             return false;
         }
-        const CRegistryKey key = OpenPort(*subkey, KEY_READ);
-        if (key.IsOpen() && DwordOf(key, L"PrinterAddressType") != kTracked &&
+        // Without a line for a key that cannot be opened: the caller's look-up has just logged it.
+        CRegistryKey key;
+        if (key.Open(m_access, m_portsKey.Get(), subkey->c_str(), KEY_READ) == ERROR_SUCCESS &&
+            DwordOf(key, L"PrinterAddressType") != kTracked &&
             TextOf(key, L"PrinterAddress") == printerAddress) {
             return true;
         }
@@ -161,12 +184,14 @@ void CRegistryStore::SaveValues(const CRegistryKey& key, const CPortInfo& info,
 
 int CRegistryStore::AddPortKey(const CPortInfo& info) {
     CRegistryKey key;
-    if (key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(), kReadWrite) !=
-        ERROR_SUCCESS) {
-        Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());
-        return 0;
+    {
+        const CSubkeyChange change(m_subkeyChanges);
+        if (key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(), kReadWrite) !=
+            ERROR_SUCCESS) {
+            Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());
+            return 0;
+        }
     }
-    ++m_subkeyChanges;
     SaveValues(key, info, true);
     return 1;
 }
@@ -205,11 +230,11 @@ int CRegistryStore::UpdateMacAddress(const CPortInfo& info) {
 }
 
 int CRegistryStore::DeletePortKey(const std::wstring& name) {
+    const CSubkeyChange change(m_subkeyChanges);
     if (m_access.DeleteKey(m_portsKey.Get(), name.c_str()) != ERROR_SUCCESS) {
         Log(LogLevel::kError, L"Unable to delete key ( %s )", name.c_str());
         return 0;
     }
-    ++m_subkeyChanges;
     return 1;
 }
 

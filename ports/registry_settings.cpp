@@ -144,12 +144,19 @@ int CRegistryStore::GetNotifierCommand(std::wstring& command) {
         DWORD length = kBuffer;
         DWORD type = REG_NONE;
         DWORD size = sizeof(data);
-        if (m_access.EnumValue(key.Get(), index, name, &length, &type, data, &size) !=
-            ERROR_SUCCESS) {
+        const LONG result =
+            m_access.EnumValue(key.Get(), index, name, &length, &type, data, &size);
+        if (result == ERROR_MORE_DATA) {
+            continue;  // too long for a command; the one that is looked for may follow
+        }
+        if (result != ERROR_SUCCESS) {
             return 0;
         }
         name[kBuffer - 1] = L'\0';
-        if (type == REG_SZ && std::wstring_view(name).find(L"NAME") != std::wstring_view::npos) {
+        if (std::wstring_view(name).find(L"NAME") != std::wstring_view::npos) {
+            if (type != REG_SZ) {
+                return 0;
+            }
             command = TextOfValue(data, std::min<std::size_t>(size, sizeof(data)));
             return 1;
         }

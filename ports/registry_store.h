@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -82,6 +83,9 @@ class CRegistryStore : public ILogSettings {
     int GetNotifierCommand(std::wstring& command);
 
   private:
+    // Searches the subkeys again when ports were added or deleted while it found none.
+    int FindDespiteChanges(const std::function<int()>& find) const;
+    [[nodiscard]] bool HasUntrackedPortOnce(const std::wstring& printerAddress);
     int ReadPortOnce(const wchar_t* name, CPortInfo& info);
     void LoadValues(const CRegistryKey& key, CPortInfo& info) const;
     void SaveValues(const CRegistryKey& key, const CPortInfo& info, bool writeAddress) const;
@@ -94,7 +98,7 @@ class CRegistryStore : public ILogSettings {
     CRegistryKey m_portsKey;
     CRegistryKey m_softwareKey;
     MonitorType m_type = MonitorType::kNone;
-    std::atomic<std::uint32_t> m_subkeyChanges{0};  // ports added and deleted
+    std::atomic<std::uint32_t> m_subkeyChanges{0};  // odd while a port's key comes or goes
 };
 
 // The process's store; there for as long as the library is loaded. The port manager opens and

@@ -11,6 +11,7 @@
 #include "tools/host/job_runner.h"
 #include "tools/host/memory_registry.h"
 #include "tools/host/monitor_library.h"
+#include "tools/host/temp_directory.h"
 #include "tools/print/announcement.h"
 #include "tools/print/confirmation_service.h"
 #include "tools/print/console.h"
@@ -23,7 +24,6 @@
 #include "tools/print/progress.h"
 #include "tools/print/report.h"
 #include "tools/print/spooler.h"
-#include "tools/print/temp_directory.h"
 
 namespace ksp::print {
 namespace {
@@ -72,7 +72,7 @@ class PrintRun {
 
     const Options& options_;
     Document document_;
-    TempDirectory log_directory_;
+    host::TempDirectory log_directory_;
     host::MemoryRegistry registry_;
     MonitorSetup setup_;
     Spooler spooler_;

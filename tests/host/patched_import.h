@@ -11,9 +11,8 @@ namespace ksp::test {
 template <class Function>
 class PatchedImport;
 
-// Where this program keeps the address of an imported function; null when it imports none of that
-// name.
-ULONG_PTR* FindImport(const char* function);
+// Where a module keeps the address of an imported function; null when it imports none of that name.
+ULONG_PTR* FindImport(HMODULE module, const char* function);
 void WriteImport(ULONG_PTR* slot, ULONG_PTR target);
 
 template <class Result, class... Arguments>
@@ -21,7 +20,7 @@ class PatchedImport<Result(WINAPI*)(Arguments...)> {
   public:
     using Function = Result(WINAPI*)(Arguments...);
 
-    PatchedImport(const char* name, Function replacement) : slot_(FindImport(name)) {
+    PatchedImport(const char* name, Function replacement) : slot_(FindImport(::GetModuleHandleW(nullptr), name)) {
         if (slot_ != nullptr) {
             original_ = *slot_;
             WriteImport(slot_, reinterpret_cast<ULONG_PTR>(replacement));

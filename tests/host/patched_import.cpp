@@ -1,4 +1,4 @@
-#include "tests/lpr/patched_import.h"
+#include "tests/host/patched_import.h"
 
 #include <cstring>
 
@@ -12,8 +12,7 @@ const Type* At(HMODULE module, ULONG_PTR offset) {
 
 }  // namespace
 
-ULONG_PTR* FindImport(const char* function) {
-    const HMODULE module = ::GetModuleHandleW(nullptr);
+ULONG_PTR* FindImport(HMODULE module, const char* function) {
     const auto* dos = At<IMAGE_DOS_HEADER>(module, 0);
     const auto* header = At<IMAGE_NT_HEADERS64>(module, static_cast<ULONG_PTR>(dos->e_lfanew));
     const DWORD imports =

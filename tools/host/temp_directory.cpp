@@ -1,22 +1,21 @@
-#include "tools/print/temp_directory.h"
+#include "tools/host/temp_directory.h"
 
 #include <windows.h>
 
 #include <filesystem>
 #include <system_error>
 
-namespace ksp::print {
+namespace ksp::host {
 
 TempDirectory::TempDirectory() {
-    const std::wstring name = L"kspprint-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
-                              std::to_wstring(GetTickCount64());
+    static volatile LONG counter = 0;
+    const std::wstring name = L"kspmon-" + std::to_wstring(GetCurrentProcessId()) + L"-" +
+                              std::to_wstring(GetTickCount64()) + L"-" +
+                              std::to_wstring(InterlockedIncrement(&counter));
     std::error_code error;
     const std::filesystem::path path = std::filesystem::temp_directory_path(error) / name;
     if (!error && std::filesystem::create_directories(path, error)) {
         path_ = path.wstring();
-        if (path_.ends_with(L'\\')) {
-            path_.pop_back();
-        }
     }
 }
 
@@ -27,4 +26,4 @@ TempDirectory::~TempDirectory() {
     }
 }
 
-}  // namespace ksp::print
+}  // namespace ksp::host

@@ -2,10 +2,10 @@
 
 #include <string>
 
-namespace ksp::print {
+namespace ksp::host {
 
-// A directory of this run's own under the user's temporary directory, removed at the end with
-// everything in it.
+// A directory of its own under the user's temporary directory, removed at the end with everything in
+// it.
 class TempDirectory {
   public:
     TempDirectory();
@@ -15,9 +15,10 @@ class TempDirectory {
 
     // Without a trailing backslash; empty when it could not be made.
     [[nodiscard]] const std::wstring& path() const { return path_; }
+    [[nodiscard]] std::wstring File(const std::wstring& name) const { return path_ + L"\\" + name; }
 
   private:
     std::wstring path_;
 };
 
-}  // namespace ksp::print
+}  // namespace ksp::host
