@@ -49,7 +49,8 @@ struct SnmpRequest {
 
 // An SNMP agent on a UDP port, served by a thread of its own. Requests of the wrong community, of a
 // version that it does not speak and those that it does not understand it passes over in silence,
-// as agents do. Every function may be called from any thread; every wait is bounded.
+// as agents do. Stop and MoveTo are for the thread that owns it, all else is for any; every wait is
+// bounded.
 class SnmpAgent {
   public:
     static constexpr std::chrono::milliseconds kPatience{20000};
