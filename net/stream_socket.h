@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "net/ip_address.h"
-#include "net/unique_socket.h"
+#include "support/unique_socket.h"
 
 namespace ksp {
 

@@ -12,9 +12,10 @@ constexpr DWORD kOrdinaryMonitor = 1;
 constexpr DWORD kIdPrintMonitor = 2;
 constexpr DWORD kTraceLevel = 1;
 constexpr DWORD kLargestLog = 256;  // megabytes; one file holds the whole run
-constexpr DWORD kReplyTimeout = 5;  // seconds; shorter than usual, for somebody who watches
+constexpr DWORD kSnmpTimeout = 5;   // seconds
 constexpr DWORD kDottedAddress = 1;
 constexpr DWORD kHostName = 2;
+constexpr DWORD kTracked = 4;
 
 void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     const HKEY machine = HKEY_LOCAL_MACHINE;
@@ -27,16 +28,30 @@ void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     registry->SetText(machine, software, L"LPRDirectory", setup.log_directory);
     registry->SetDword(machine, software, L"LogLevel", kTraceLevel);
     registry->SetDword(machine, software, L"MaxLogSize", kLargestLog);
-    registry->SetDword(machine, software, L"WaitServerReplyTimeout", kReplyTimeout);
+    registry->SetDword(machine, software, L"WaitServerReplyTimeout", setup.reply_timeout);
+    registry->SetDword(machine, software, L"WaitStatusReplyTimeout", kSnmpTimeout);
+    registry->SetDword(machine, software, L"WaitPrinterValueTimeout", kSnmpTimeout);
+    if (!setup.searched_network.empty()) {
+        registry->SetDword(machine, software, L"SubnetSegment", 1);
+        registry->SetText(machine, software + std::wstring(L"\\subnet"), L"subnet0",
+                          setup.searched_network);
+    }
+}
+
+DWORD AddressType(const MonitorSetup& setup) {
+    if (!setup.mac.empty()) {
+        return kTracked;
+    }
+    return IsDottedAddress(setup.printer_address) ? kDottedAddress : kHostName;
 }
 
 // The port that the setup describes.
 CPortInfo PortOf(const MonitorSetup& setup) {
-    const bool dotted = IsDottedAddress(setup.printer_address);
     CPortInfo port;
     port.PrinterAddress = setup.printer_address;
-    port.PrinterAddressType = dotted ? kDottedAddress : kHostName;
-    port.IpAddress = dotted ? setup.printer_address : L"";
+    port.PrinterAddressType = AddressType(setup);
+    port.IpAddress = port.PrinterAddressType == kHostName ? L"" : setup.printer_address;
+    port.MacAddress = setup.mac;
     port.ProtocolID = setup.protocol_id;
     port.QueueName = setup.queue;
     port.SecureRawPortNo = setup.raw_port;

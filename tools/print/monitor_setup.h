@@ -21,6 +21,12 @@ struct MonitorSetup {
     DWORD check_port = 0;  // of an ID-print port
     // A port as it is configured elsewhere; it goes before what stands above about the port.
     std::optional<CPortInfo> record;
+
+    // Of a port whose printer is followed by its MAC address; it was at printer_address last.
+    std::wstring mac;               // 12 hexadecimal digits; empty: any other port
+    std::wstring searched_network;  // "network address;subnet mask"
+
+    DWORD reply_timeout = 5;  // seconds; shorter than usual, for somebody who watches
 };
 
 void Configure(const MonitorSetup& setup, host::MemoryRegistry* registry);

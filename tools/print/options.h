@@ -19,6 +19,7 @@ struct Options {
     std::wstring exe_directory;     // of the discovery library; empty: beside this program
     unsigned patience = 20;         // seconds without progress until the job is given up
     bool id_print = false;          // as the ID-print monitor
+    bool move = false;              // the played printer has got another address
     bool help = false;
 
     [[nodiscard]] bool plays_printer() const { return printer.empty(); }
