@@ -52,6 +52,15 @@ TEST_F(KspctlUsageTest, HelpNamesEveryCommandAndEachHasHelpWithAnExample) {
     }
 }
 
+TEST_F(KspctlUsageTest, HelpNamesWhatCanBeSet) {
+    EXPECT_THAT(Kspctl({L"help", L"set"}).lines,
+                ::testing::Contains(::testing::StartsWith(L"  QueueName ")));
+    EXPECT_THAT(Kspctl({L"help", L"set"}).lines,
+                ::testing::Not(::testing::Contains(::testing::StartsWith(L"  ProxyServer "))));
+    EXPECT_THAT(Kspctl({L"help", L"settings"}).lines,
+                ::testing::Contains(::testing::StartsWith(L"  WaitServerReplyTimeout ")));
+}
+
 TEST_F(KspctlUsageTest, WithoutTheMonitorItSaysHowToInstallIt) {
     for (const wchar_t* command : {L"list", L"type"}) {
         const KspctlRun run = Kspctl({command});

@@ -46,6 +46,8 @@ struct Command {
     std::span<const Option> options;
     std::wstring_view help;  // paragraphs and examples, behind the usage
     Problem (*run)(const Request& request, Output& output) = nullptr;
+    // The names that the command takes, for its help: a line each. Null when there are none.
+    std::wstring (*names)() = nullptr;
 };
 
 inline constexpr std::size_t kAnyNumber = static_cast<std::size_t>(-1);

@@ -2,6 +2,7 @@
 
 #include "tools/kspctl/command.h"
 #include "tools/kspctl/commands.h"
+#include "tools/kspctl/help.h"
 #include "tools/kspctl/help_texts.h"
 
 namespace ksp::ctl {
@@ -60,7 +61,8 @@ constexpr Command kCommands[] = {
      false,
      {},
      kSetHelp,
-     Set},
+     Set,
+     FieldNames},
     {L"delete", L"PORT", L"deletes a port", 1, 1, false, {}, kDeleteHelp, Delete},
     {L"exists",
      L"NAME",
@@ -80,7 +82,8 @@ constexpr Command kCommands[] = {
      true,
      {},
      kSettingsHelp,
-     ShowOrWriteSettings},
+     ShowOrWriteSettings,
+     SettingNames},
     {L"print", L"PORT FILE", L"prints a file through the port, without the spooler", 2, 2, false,
      kPrintOptions, kPrintHelp, Print},
     {L"test",

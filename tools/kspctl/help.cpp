@@ -1,5 +1,7 @@
 #include "tools/kspctl/help.h"
 
+#include "tools/kspctl/port_fields.h"
+#include "tools/kspctl/settings_table.h"
 #include "tools/print/console.h"
 
 namespace ksp::ctl {
@@ -49,6 +51,9 @@ std::wstring CommandHelp(const Command& command) {
         text += L" " + std::wstring(command.arguments);
     }
     text += L" [OPTION]...\n\n" + std::wstring(command.help) + L"\n";
+    if (command.names != nullptr) {
+        text += command.names() + L"\n";
+    }
     for (const Option& option : command.options) {
         text += OptionLine(option);
     }
@@ -57,6 +62,24 @@ std::wstring CommandHelp(const Command& command) {
     }
     for (const Option& option : kCommonOptions) {
         text += OptionLine(option);
+    }
+    return text;
+}
+
+std::wstring FieldNames() {
+    std::wstring text;
+    for (const PortField& field : PortFields()) {
+        if (field.change != FieldChange::kFixed) {
+            text += OptionLine({field.name, L"", field.meaning});
+        }
+    }
+    return text;
+}
+
+std::wstring SettingNames() {
+    std::wstring text;
+    for (const Setting& setting : Settings()) {
+        text += OptionLine({setting.name, L"", setting.meaning});
     }
     return text;
 }

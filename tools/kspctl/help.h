@@ -11,4 +11,8 @@ std::wstring ProgramHelp();
 // What `kspctl help COMMAND` shows.
 std::wstring CommandHelp(const Command& command);
 
+// The values of a port's record and the settings, a line each.
+std::wstring FieldNames();
+std::wstring SettingNames();
+
 }  // namespace ksp::ctl

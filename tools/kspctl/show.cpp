@@ -26,7 +26,9 @@ Problem Show(const Request& request, Output& output) {
         return std::nullopt;
     }
     for (const PortField& field : PortFields()) {
-        output.Line(print::PadRight(field.name, kNameWidth) + ShownValue(field, info));
+        const std::wstring value = ShownValue(field, info);
+        output.Line(value.empty() ? std::wstring(field.name)
+                                  : print::PadRight(field.name, kNameWidth) + value);
     }
     return std::nullopt;
 }
