@@ -8,8 +8,8 @@
 
 #include "ports/port_record_forms.h"
 #include "support/windows_handles.h"
+#include "tools/host/temp_directory.h"
 #include "tools/print/program_directory.h"
-#include "tools/print/temp_directory.h"
 
 namespace ksp::ctl {
 namespace {
@@ -50,7 +50,7 @@ std::wstring PrintHostPath() {
 }
 
 Problem RunPrintHost(const CPortInfo& port, std::span<const std::wstring> arguments) {
-    const print::TempDirectory directory;
+    const host::TempDirectory directory;
     const std::wstring record = directory.path() + L"\\port";
     if (directory.path().empty() || !WriteRecord(port, record)) {
         return Failure{ExitCode::kFailed, L"cannot write a temporary file"};
