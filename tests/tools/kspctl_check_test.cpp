@@ -90,7 +90,7 @@ TEST_F(KspctlCheckTest, APrinterThatAnswersPassesAndReceivesNothing) {
     port_.PrinterAddress = printer.wide_address();
     Announce(printer.address(), 3, 0);
     const KspctlRun run = RunKspctl({L"test", L"Office"});
-    EXPECT_EQ(run.code, ExitCode::kDone);
+    ASSERT_EQ(run.code, ExitCode::kDone);
     for (const wchar_t* step : {L"record", L"address", L"connection", L"identity", L"status"}) {
         EXPECT_THAT(Step(run, step), StartsWith(L"passed")) << step;
     }
@@ -105,7 +105,7 @@ TEST_F(KspctlCheckTest, APrinterThatRefusesFailsWithTheStepAndAnAdvice) {
     ASSERT_TRUE(printer.ready());
     port_.PrinterAddress = printer.wide_address();
     const KspctlRun run = RunKspctl({L"test", L"Office"});
-    EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
+    ASSERT_EQ(run.code, ExitCode::kPrinterSilent);
     EXPECT_THAT(Step(run, L"connection"), StartsWith(L"failed"));
     EXPECT_THAT(run.lines[3], HasSubstr(L"-> a device is there and does not take jobs"));
     EXPECT_THAT(run.errors.front(), HasSubstr(L"would not arrive; connection: "));
@@ -212,7 +212,7 @@ TEST_F(KspctlCheckTest, AnIdPrintPrinterIsAskedWhetherItIsThere) {
 TEST_F(KspctlCheckTest, JsonHoldsEveryStep) {
     port_.PrinterAddress = L"";
     const KspctlRun run = RunKspctl({L"test", L"--json", L"Office"});
-    EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
+    ASSERT_EQ(run.code, ExitCode::kPrinterSilent);
     ASSERT_EQ(run.lines.size(), 1u);
     EXPECT_THAT(run.lines[0],
                 StartsWith(L"{\"port\":\"Office\",\"steps\":[{\"step\":\"record\",\"result\":"

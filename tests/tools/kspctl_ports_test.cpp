@@ -132,7 +132,7 @@ TEST_F(KspctlTest, AnotherPortsRecordIsNotShownForOnesOwn) {
     AddPortKey({.name = L"Office", .PrinterAddress = L"127.0.0.5"});
     ASSERT_TRUE(StartSpooler());
     const KspctlRun shown = Kspctl({L"show", L"Office"});
-    EXPECT_EQ(shown.code, ExitCode::kFailed);
+    ASSERT_EQ(shown.code, ExitCode::kFailed);
     EXPECT_THAT(shown.errors.front(), HasSubstr(L"the record of the port \"A tracked\""));
     EXPECT_EQ(Kspctl({L"set", L"Office", L"PrinterAddress=127.0.0.8"}).code, ExitCode::kFailed);
     EXPECT_EQ(StoredText(L"Office", L"PrinterAddress"), L"127.0.0.5");
@@ -210,12 +210,20 @@ TEST_F(KspctlTest, APortThatIsNotThereIsNotFound) {
     EXPECT_EQ(Kspctl({L"set", L"nowhere", L"QueueName=q"}).code, ExitCode::kNotFound);
 }
 
+TEST_F(KspctlTest, APortThatTheMonitorHasDroppedIsNotFound) {
+    ASSERT_TRUE(StartSpooler());
+    spooler().PutPort(L"Dropped", kOrdinary);
+    const KspctlRun run = Kspctl({L"delete", L"Dropped"});
+    EXPECT_EQ(run.code, ExitCode::kNotFound);
+    EXPECT_THAT(run.errors, ::testing::Contains(HasSubstr(L"there is no port \"Dropped\"")));
+}
+
 TEST_F(KspctlTest, APortOfAnotherMonitorIsToldFromOnesOwn) {
     ASSERT_TRUE(StartSpooler());
     spooler().PutMonitor(L"Other Port");
     spooler().PutPort(L"Foreign");
     const KspctlRun run = Kspctl({L"show", L"Foreign"});
-    EXPECT_EQ(run.code, ExitCode::kNotFound);
+    ASSERT_EQ(run.code, ExitCode::kNotFound);
     EXPECT_THAT(run.errors.front(), HasSubstr(L"belongs to another monitor"));
     EXPECT_THAT(Kspctl({L"exists", L"Foreign"}).lines,
                 ElementsAre(L"\"Foreign\" is a port of another monitor"));

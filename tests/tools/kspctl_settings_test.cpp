@@ -87,7 +87,7 @@ TEST_F(KspctlSettingsTest, AreThoseOfTheMonitorThatIsInstalled) {
 TEST_F(KspctlSettingsTest, InstallRegistersAndUninstallTakesItBack) {
     ASSERT_TRUE(StartSpooler(L"Elsewhere"));
     const KspctlRun run = Kspctl({L"install", L"--no-copy", L"--exe-directory", L"C:\\Kestrel"});
-    EXPECT_EQ(run.code, ExitCode::kDone);
+    ASSERT_EQ(run.code, ExitCode::kDone);
     EXPECT_EQ(run.lines.front(), L"installed the monitor \"Kestrel Print Port\" (ordinary)");
     EXPECT_EQ(spooler().MonitorLibrary(kOrdinary), L"kspmon.dll");
     EXPECT_EQ(Number(ctl::MonitorKeyPath(kOrdinary), L"KSPRINT_SECURE"), 1u);
@@ -117,7 +117,7 @@ TEST_F(KspctlSettingsTest, ARefusedInstallLeavesNothingAtTheSpooler) {
     ASSERT_TRUE(StartSpooler(L"Elsewhere"));
     spooler().FailCall(WinspoolAddMonitor, ERROR_MOD_NOT_FOUND);
     const KspctlRun run = Kspctl({L"install", L"--no-copy"});
-    EXPECT_EQ(run.code, ExitCode::kFailed);
+    ASSERT_EQ(run.code, ExitCode::kFailed);
     EXPECT_THAT(run.errors.back(), HasSubstr(L"kspmon.dll must lie in the system directory"));
     EXPECT_EQ(Number(ctl::MonitorKeyPath(kOrdinary), L"KSPRINT_SECURE"), std::nullopt);
     spooler().FailCall(WinspoolAddMonitor, ERROR_ACCESS_DENIED);

@@ -32,7 +32,7 @@ TEST_F(KspctlUsageTest, WrongArgumentsAreRefusedWithAHint) {
     ASSERT_TRUE(StartSpooler());
     for (const auto& arguments : wrong) {
         const KspctlRun run = Kspctl(arguments);
-        EXPECT_EQ(run.code, ExitCode::kWrongUsage) << ::testing::PrintToString(arguments);
+        ASSERT_EQ(run.code, ExitCode::kWrongUsage) << ::testing::PrintToString(arguments);
         ASSERT_EQ(run.errors.size(), 2u) << ::testing::PrintToString(arguments);
         EXPECT_TRUE(run.errors[1].starts_with(L"  see: kspctl help"));
         EXPECT_THAT(run.lines, IsEmpty());
@@ -64,7 +64,7 @@ TEST_F(KspctlUsageTest, HelpNamesWhatCanBeSet) {
 TEST_F(KspctlUsageTest, WithoutTheMonitorItSaysHowToInstallIt) {
     for (const wchar_t* command : {L"list", L"type"}) {
         const KspctlRun run = Kspctl({command});
-        EXPECT_EQ(run.code, ExitCode::kNotFound);
+        ASSERT_EQ(run.code, ExitCode::kNotFound);
         ASSERT_EQ(run.errors.size(), 2u);
         EXPECT_THAT(run.errors[1], HasSubstr(L"kspctl install"));
     }
@@ -76,7 +76,7 @@ TEST_F(KspctlUsageTest, TheSpoolersRefusalsHaveExitCodes) {
     EXPECT_EQ(Kspctl({L"list"}).code, ExitCode::kAccessDenied);
     spooler().FailCall(WinspoolOpenPrinter, RPC_S_SERVER_UNAVAILABLE);
     const KspctlRun run = Kspctl({L"list"});
-    EXPECT_EQ(run.code, ExitCode::kFailed);
+    ASSERT_EQ(run.code, ExitCode::kFailed);
     EXPECT_THAT(run.errors.back(), HasSubstr(L"net start spooler"));
     spooler().FailCallsFrom(WinspoolEnumPorts, ERROR_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(Kspctl({L"list"}).code, ExitCode::kFailed);
