@@ -27,31 +27,21 @@ else()
     target_link_options(ksp_options INTERFACE -static -Wl,--no-insert-timestamp)
 endif()
 
-# What is counted and watched is the product: the libraries that go into it, whose programs lie in bin.
-# The tests are then built as for debugging, which takes half the time.
-set(ksp_is_product
-    "$<STREQUAL:$<TARGET_PROPERTY:RUNTIME_OUTPUT_DIRECTORY>,${PROJECT_BINARY_DIR}/bin>")
-
 # The coverage data names its sources by their full path; nothing else shows where it was built.
-if(NOT MSVC)
-    if(CMAKE_BUILD_TYPE STREQUAL "Coverage")
-        target_compile_options(ksp_options INTERFACE
-            "$<$<AND:$<COMPILE_LANGUAGE:CXX>,$<NOT:${ksp_is_product}>>:-D_GLIBCXX_ASSERTIONS;-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>")
-    else()
-        target_compile_options(ksp_options INTERFACE
-            "$<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>")
-    endif()
+if(NOT MSVC AND NOT CMAKE_BUILD_TYPE STREQUAL "Coverage")
+    target_compile_options(ksp_options INTERFACE
+        "$<$<COMPILE_LANGUAGE:CXX>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>")
 endif()
 
 # Threads count at the same time, hence the atomic counters.
 if(CMAKE_BUILD_TYPE STREQUAL "Coverage")
     target_compile_options(ksp_options INTERFACE
-        "$<$<AND:$<COMPILE_LANGUAGE:CXX>,${ksp_is_product}>:--coverage;-fprofile-update=atomic>")
+        "$<$<COMPILE_LANGUAGE:CXX>:--coverage;-fprofile-update=atomic>")
     target_link_options(ksp_options INTERFACE --coverage)
 endif()
 
 # mingw-w64 has no library that reports what was found, so a finding ends the program.
 if(CMAKE_BUILD_TYPE STREQUAL "Ubsan")
     target_compile_options(ksp_options INTERFACE
-        "$<$<AND:$<COMPILE_LANGUAGE:CXX>,${ksp_is_product}>:-fsanitize=undefined;-fsanitize-undefined-trap-on-error>")
+        "$<$<COMPILE_LANGUAGE:CXX>:-fsanitize=undefined;-fsanitize-undefined-trap-on-error>")
 endif()

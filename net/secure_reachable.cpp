@@ -48,8 +48,10 @@ bool ReceiveConfirmation(CSLStreamSocket& socket) {
     if (!ReceiveWhole(socket, reply)) {
         return false;
     }
-    const std::uint32_t code =
-        reply[0] | reply[1] << 8 | reply[2] << 16 | static_cast<std::uint32_t>(reply[3]) << 24;
+    std::uint32_t code = 0;
+    for (std::size_t index = sizeof(reply); index > 0; --index) {
+        code = code << 8 | reply[index - 1];
+    }
     unsigned char text[2] = {};
     return code == kConfirmed && ReceiveWhole(socket, text) && text[0] == 'O' && text[1] == 'K';
 }

@@ -41,6 +41,13 @@ std::string HourOf(const SYSTEMTIME& time) {
     return text;
 }
 
+TEST_F(LogLineTest, ALevelThatIsNoneIsNamedSo) {
+    // The number comes from where a compiler cannot see it, so that it stays what it is.
+    volatile std::uint32_t number = 9;
+    logger_.LogMessage(static_cast<LogLevel>(number), L"", 0, L"odd");
+    EXPECT_TRUE(Bytes().ends_with(" Unknown  odd\r\n")) << Bytes();
+}
+
 TEST_F(LogLineTest, HasDateTimeProcessThreadLevelAndMessage) {
     SYSTEMTIME before{};
     SYSTEMTIME after{};
