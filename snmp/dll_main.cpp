@@ -17,31 +17,6 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE /*library*/, DWORD reason, LPVOID reser
 
 namespace {
 
-// Compiles only as long as the exports are what the monitor binds them as.
-[[maybe_unused]] constexpr ksp::OryxFunctions kBound = {
-    .KSCreateStream = KSCreateStream,
-    .KSInitialize = KSInitialize,
-    .KSSetProbeMode = KSSetProbeMode,
-    .KSProbe = KSProbe,
-    .KSStopProbe = KSStopProbe,
-    .KSGetDeviceCapability = KSGetDeviceCapability,
-    .KSDeleteBuffer = KSDeleteBuffer,
-    .KSTerminate = KSTerminate,
-    .KSDeleteStream = KSDeleteStream,
-    .KSSendStream = nullptr,  // never called, so bound without a signature
-    .KSGetRecvStatus = nullptr,
-    .KSRecvStream = nullptr,
-    .KSSendRecvStream = KSSendRecvStream,
-    .KSRecvCancel = KSRecvCancel,
-    .KSCreateDeviceHandle = KSCreateDeviceHandle,
-    .KSDeleteDeviceHandle = KSDeleteDeviceHandle,
-    .KSCreateMIMEUtil = KSCreateMIMEUtil,
-    .KSDeleteMIMEUtil = KSDeleteMIMEUtil,
-    .KSMIMEEncode = nullptr,
-    .KSMIMEDecode = KSMIMEDecode,
-    .KSMIMESplitData = KSMIMESplitData,
-    .KSMIMEGetData = KSMIMEGetData,
-    .KSMIMEDeleteBuffer = KSMIMEDeleteBuffer,
-};
+#include "discovery/bound_exports.inc"
 
 }  // namespace

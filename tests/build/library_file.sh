@@ -1,23 +1,24 @@
 #!/usr/bin/env bash
 #
-# What the spooler, Windows and a user of the release find in the library's file: the format, the one
-# export, nothing to install beside it, a version, and its symbols in a file of their own.
+# What Windows, those who load it and a user of the release find in a library's file: the format, its
+# exports, nothing to install beside it, a version, and its symbols in a file of their own.
 #
-#   library_file.sh LIBRARY VERSION stripped|whole OBJDUMP WINDRES
+#   library_file.sh LIBRARY VERSION stripped|whole OBJDUMP WINDRES DEFINITION IMPORT...
+#
+# The exports are those of the module definition file, and no others; the imports are the DLLs that it
+# may need beside those that any program needs.
 set -euo pipefail
 
-readonly library=$1 version=$2 symbols=$3 objdump=$4 windres=$5
+readonly library=$1 version=$2 symbols=$3 objdump=$4 windres=$5 definition=$6
 
 # Windows' own DLLs that the library may need. A name missing here is either a run-time library that
 # a user would have to install, or a part of Windows whose use is to be decided on, and then added.
 readonly allowed_imports=(
     advapi32.dll  # the registry
     kernel32.dll
-    ole32.dll     # COM, for the system's XML parser
-    oleaut32.dll  # its strings
     msvcrt.dll    # the C run-time library that is part of Windows
-    winspool.drv  # printers, jobs and port status
     ws2_32.dll    # sockets
+    "${@:7}"
 )
 
 failures=0
@@ -44,12 +45,14 @@ check_format() {
 }
 
 check_exports() {
-    local names addresses
+    local names addresses expected
     names=$(sed -n '/^\[Ordinal\/Name Pointer\] Table/,/^$/s/^[[:space:]]*\[ *[0-9]*\] *//p' <<<"$headers")
-    expect_equal "the list of exported names" "$names" InitializePrintMonitor2
+    expected=$(sed '1,/^EXPORTS/d; s/^[[:space:]]*//; s/[[:space:]]*$//; /^$/d' "$definition" | LC_ALL=C sort)
+    [[ -n $expected ]] || fail "$definition names no exports"
+    expect_equal "the list of exported names" "$(LC_ALL=C sort <<<"$names")" "$expected"
     # An export without a name has only an address.
     addresses=$(grep -Ec '^[[:space:]]*\[ *[0-9]+\] \+base\[' <<<"$headers" || true)
-    expect_equal "the number of exported addresses" "$addresses" 1
+    expect_equal "the number of exported addresses" "$addresses" "$(wc -l <<<"$expected")"
 }
 
 check_imports() {
