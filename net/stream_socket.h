@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "net/ip_address.h"
-#include "net/unique_socket.h"
+#include "support/unique_socket.h"
 
 namespace ksp {
 

@@ -1,0 +1,133 @@
+#include "snmp/search.h"
+
+#include <algorithm>
+
+namespace ksp::snmp {
+
+CSearch::CSearch(std::vector<Ipv4> addresses, CAgentAccess access, const CTiming& timing,
+                 std::uint32_t firstId, std::uint64_t now)
+    : m_access(std::move(access)), m_timing(timing), m_nextId(firstId) {
+    m_targets.reserve(addresses.size());
+    for (const Ipv4 address : addresses) {
+        if (!m_byAddress.emplace(address, m_targets.size()).second) {
+            continue;
+        }
+        Target& target = m_targets.emplace_back();
+        target.address = address;
+        Schedule(m_targets.size() - 1, now);
+    }
+}
+
+bool CSearch::NextQuestion(Target& target, VersionChoice versions) {
+    auto question = target.query ? target.query->Next() : CDeviceQuery::FirstQuestion();
+    if (!question) {
+        return false;
+    }
+    const auto requestId = static_cast<std::int32_t>(m_nextId++ & 0x7FFFFFFF);
+    target.exchange.emplace(std::move(*question), requestId, versions);
+    target.sendings = 0;
+    return true;
+}
+
+void CSearch::Schedule(std::size_t index, std::uint64_t when) {
+    m_targets[index].due = when;
+    m_waiting.emplace(when, index);
+}
+
+void CSearch::DropStale() {
+    while (!m_waiting.empty()) {
+        const auto& [when, index] = m_waiting.top();
+        const Target& target = m_targets[index];
+        if (!target.isOver && target.due == when) {
+            return;
+        }
+        m_waiting.pop();
+    }
+}
+
+std::uint64_t CSearch::NextTime() const {
+    if (m_waiting.empty()) {
+        return UINT64_MAX;
+    }
+    const std::uint64_t due = m_waiting.top().first;
+    return m_burst < kBurst ? due : std::max(due, m_burstBegin + kBurstTime);
+}
+
+bool CSearch::TakeTurn(std::uint64_t now) {
+    if (now >= m_burstBegin + kBurstTime) {
+        m_burstBegin = now;
+        m_burst = 0;
+    }
+    if (m_burst == kBurst) {
+        return false;
+    }
+    ++m_burst;
+    return true;
+}
+
+void CSearch::Advance(std::uint64_t now, IOutput& output) {
+    DropStale();
+    while (!m_waiting.empty() && m_waiting.top().first <= now && TakeTurn(now)) {
+        const std::size_t index = m_waiting.top().second;
+        m_waiting.pop();
+        Step(index, now, output);
+        DropStale();
+    }
+}
+
+void CSearch::Step(std::size_t index, std::uint64_t now, IOutput& output) {
+    Target& target = m_targets[index];
+    if (!target.exchange) {
+        target.end = now + m_timing.timeout;
+        static_cast<void>(NextQuestion(target, m_access.versions));
+    } else if (now >= target.end) {
+        End(target, output);
+        return;
+    }
+    if (target.sendings == 0) {
+        target.asked = now;
+    }
+    const VersionChoice versions = target.exchange->Versions();
+    const auto sending = SendingOf(target.sendings, m_timing, versions);
+    if (!sending) {
+        Schedule(index, target.end);
+        return;
+    }
+    const auto next = SendingOf(++target.sendings, m_timing, versions);
+    Schedule(index, next ? std::min(target.asked + next->after, target.end) : target.end);
+    output.Send(target.address, target.exchange->Request(sending->version, m_access.community));
+}
+
+void CSearch::End(Target& target, IOutput& output) {
+    target.isOver = true;
+    if (const auto query = std::move(target.query); query) {
+        output.Found(query->Identity());
+    }
+}
+
+void CSearch::Receive(Ipv4 address, ByteView datagram, std::uint64_t now, IOutput& output) {
+    const auto found = m_byAddress.find(address);
+    if (found == m_byAddress.end()) {
+        return;
+    }
+    Target& target = m_targets[found->second];
+    if (target.isOver || !target.exchange) {
+        return;
+    }
+    const auto answer = target.exchange->Accept(datagram);
+    if (!answer) {
+        return;
+    }
+    if (!target.query) {
+        target.query = std::make_unique<CDeviceQuery>(address);
+    }
+    target.query->Take(*answer);
+    if (NextQuestion(target, target.exchange->Versions())) {
+        Schedule(found->second, now);
+    } else {
+        End(target, output);
+    }
+    DropStale();
+}
+
+}  // namespace ksp::snmp

@@ -1,0 +1,89 @@
+#include "snmp/stream.h"
+
+#include "support/srw_lock.h"
+
+namespace ksp::snmp {
+
+bool CStream::Initialize() {
+    auto sockets = std::make_shared<CWindowsSockets>();
+    CLibrarySettings settings = ReadLibrarySettings();
+    const CExclusiveLock lock(m_lock);
+    if (m_usable || m_terminated || !sockets->IsStarted()) {
+        return false;
+    }
+    m_sockets = std::move(sockets);
+    m_settings = std::move(settings);
+    m_usable = true;
+    return true;
+}
+
+void CStream::Terminate() noexcept {
+    {
+        const CExclusiveLock lock(m_lock);
+        m_usable = false;
+        m_terminated = true;
+    }
+    StopProbe();
+    m_devices->Close();
+}
+
+bool CStream::SetProbeMode(std::string_view document) {
+    auto mode = ReadProbeMode(document);
+    const CExclusiveLock lock(m_lock);
+    if (!m_usable || !mode) {
+        return false;
+    }
+    m_mode = std::move(*mode);
+    return true;
+}
+
+bool CStream::Probe(ProbeCallback callback, void* context) {
+    const CExclusiveLock lock(m_lock);
+    if (!m_usable || !m_mode.ipv4 || (m_probe && !m_probe->IsOver())) {
+        return false;
+    }
+    m_devices->RemoveFound();
+    m_probe = CProbe::Start({.sockets = m_sockets,
+                             .settings = m_settings,
+                             .mode = m_mode,
+                             .addDevice =
+                                 [devices = m_devices, access = m_settings.access,
+                                  timing = m_mode.timing](const CDeviceIdentity& identity) {
+                                     return devices->Add(
+                                         std::make_shared<CDevice>(identity, access, timing));
+                                 },
+                             .callback = callback,
+                             .context = context});
+    return m_probe != nullptr;
+}
+
+void CStream::StopProbe() noexcept {
+    std::shared_ptr<CProbe> probe;
+    {
+        const CSharedLock lock(m_lock);
+        probe = m_probe;
+    }
+    if (probe) {
+        probe->Stop();
+    }
+}
+
+DeviceHandle CStream::AddDevice(std::string_view address, std::string_view settings) {
+    const auto ipv4 = ParseAddress(address);
+    const CSharedLock lock(m_lock);
+    if (!m_usable || !ipv4) {
+        return 0;
+    }
+    return m_devices->Add(
+        std::make_shared<CDevice>(*ipv4, m_settings.access, ReadDeviceSettings(settings)));
+}
+
+std::shared_ptr<CDevice> CStream::FindDevice(DeviceHandle handle) {
+    return m_devices->Find(handle);
+}
+
+bool CStream::RemoveDevice(DeviceHandle handle) {
+    return m_devices->Remove(handle);
+}
+
+}  // namespace ksp::snmp

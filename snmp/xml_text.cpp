@@ -1,0 +1,217 @@
+#include "snmp/xml_text.h"
+
+#include <array>
+#include <cstdint>
+
+namespace ksp::snmp {
+
+namespace {
+
+constexpr std::string_view kBlank = " \t\r\n";
+constexpr std::string_view kNotInNames = " \t\r\n=<>/\"'&";
+
+struct Entity {
+    char character;
+    std::string_view text;
+};
+
+constexpr std::array<Entity, 5> kEntities = {
+    {{'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&apos;"}}};
+
+std::string_view Trim(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(kBlank);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+// None when an entity is not one of the five.
+std::optional<std::string> Unescape(std::string_view text) {
+    std::string plain;
+    while (!text.empty()) {
+        if (text[0] != '&') {
+            const std::size_t run = std::min(text.find('&'), text.size());
+            plain += text.substr(0, run);
+            text.remove_prefix(run);
+            continue;
+        }
+        const Entity* found = nullptr;
+        for (const Entity& entity : kEntities) {
+            if (text.starts_with(entity.text)) {
+                found = &entity;
+            }
+        }
+        if (found == nullptr) {
+            return std::nullopt;
+        }
+        plain += found->character;
+        text.remove_prefix(found->text.size());
+    }
+    return plain;
+}
+
+// How many bytes the character at the front of the text has; 0 when it is none (RFC 3629).
+std::size_t CharacterLength(std::string_view text) {
+    const auto byte = [&text](std::size_t index) {
+        return index < text.size() ? static_cast<std::uint8_t>(text[index]) : std::uint8_t{0};
+    };
+    const auto follows = [&byte](std::size_t index) { return (byte(index) & 0xC0) == 0x80; };
+    const std::uint8_t first = byte(0);
+    if (first < 0x80) {
+        return first >= 0x20 && first != 0x7F ? 1 : 0;
+    }
+    if (first >= 0xC2 && first <= 0xDF) {
+        return follows(1) ? 2 : 0;
+    }
+    if (first >= 0xE0 && first <= 0xEF) {
+        const bool overlong = first == 0xE0 && byte(1) < 0xA0;
+        const bool surrogate = first == 0xED && byte(1) >= 0xA0;
+        const bool notACharacter = first == 0xEF && byte(1) == 0xBF && byte(2) >= 0xBE;
+        return follows(1) && follows(2) && !overlong && !surrogate && !notACharacter ? 3 : 0;
+    }
+    if (first >= 0xF0 && first <= 0xF4) {
+        const bool overlong = first == 0xF0 && byte(1) < 0x90;
+        const bool beyond = first == 0xF4 && byte(1) >= 0x90;
+        return follows(1) && follows(2) && follows(3) && !overlong && !beyond ? 4 : 0;
+    }
+    return 0;
+}
+
+}  // namespace
+
+std::string EscapeXml(std::string_view text) {
+    std::string escaped;
+    while (!text.empty()) {
+        const std::size_t length = CharacterLength(text);
+        if (length == 0) {
+            escaped += '?';
+            text.remove_prefix(1);
+            continue;
+        }
+        std::string_view written = text.substr(0, length);
+        for (const Entity& entity : kEntities) {
+            if (text[0] == entity.character) {
+                written = entity.text;
+            }
+        }
+        escaped += written;
+        text.remove_prefix(length);
+    }
+    return escaped;
+}
+
+std::string XmlElement(std::string_view name, std::string_view text) {
+    std::string element = "<";
+    element.append(name).append(">").append(EscapeXml(text));
+    return element.append("</").append(name).append(">");
+}
+
+std::string CXmlTag::Attribute(std::string_view wanted) const {
+    const auto found = attributes.find(wanted);
+    return found != attributes.end() ? found->second : std::string();
+}
+
+CXmlTags::CXmlTags(std::string_view document)
+    : m_rest(document.substr(0, document.size() > kLongest ? 0 : document.size())),
+      m_malformed(document.size() > kLongest) {}
+
+std::nullopt_t CXmlTags::Refuse() noexcept {
+    m_malformed = true;
+    m_rest = {};
+    return std::nullopt;
+}
+
+// Passes over a declaration or a comment at the front. False when there is none, or no end of it.
+bool CXmlTags::SkipAside() {
+    constexpr std::array<std::array<std::string_view, 2>, 2> kAsides = {
+        {{"<?", "?>"}, {"<!--", "-->"}}};
+    for (const auto& [begin, end] : kAsides) {
+        if (m_rest.starts_with(begin)) {
+            const std::size_t found = m_rest.find(end, begin.size());
+            if (found == std::string_view::npos) {
+                return false;
+            }
+            m_rest.remove_prefix(found + end.size());
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CXmlTags::ReadAttributes(std::string_view inside, CXmlTag& tag) {
+    inside = Trim(inside);
+    while (!inside.empty()) {
+        const std::size_t nameEnd = std::min(inside.find_first_of(kNotInNames), inside.size());
+        const std::string name(inside.substr(0, nameEnd));
+        inside = Trim(inside.substr(nameEnd));
+        if (name.empty() || !inside.starts_with('=')) {
+            return false;
+        }
+        inside = Trim(inside.substr(1));
+        if (inside.empty() || (inside[0] != '"' && inside[0] != '\'')) {
+            return false;
+        }
+        const std::size_t valueEnd = inside.find(inside[0], 1);
+        if (valueEnd == std::string_view::npos) {
+            return false;
+        }
+        auto value = Unescape(inside.substr(1, valueEnd - 1));
+        if (!value || !tag.attributes.emplace(name, std::move(*value)).second) {
+            return false;
+        }
+        inside = Trim(inside.substr(valueEnd + 1));
+    }
+    return true;
+}
+
+std::optional<CXmlTag> CXmlTags::Next() {
+    m_rest.remove_prefix(std::min(m_rest.find('<'), m_rest.size()));
+    while (m_rest.starts_with("<?") || m_rest.starts_with("<!")) {
+        if (!SkipAside()) {
+            return Refuse();
+        }
+        m_rest.remove_prefix(std::min(m_rest.find('<'), m_rest.size()));
+    }
+    if (m_rest.empty()) {
+        return std::nullopt;
+    }
+    // A '>' inside a value does not end the tag.
+    std::size_t end = 1;
+    for (char quote = '\0'; end < m_rest.size() && (quote != '\0' || m_rest[end] != '>'); ++end) {
+        if (m_rest[end] == '<') {
+            return Refuse();
+        }
+        if (quote == '\0' && (m_rest[end] == '"' || m_rest[end] == '\'')) {
+            quote = m_rest[end];
+        } else if (quote == m_rest[end]) {
+            quote = '\0';
+        }
+    }
+    if (end == m_rest.size()) {
+        return Refuse();
+    }
+    std::string_view inside = m_rest.substr(1, end - 1);
+    m_rest.remove_prefix(end + 1);
+    CXmlTag tag;
+    if (inside.starts_with('/')) {
+        tag.kind = CXmlTag::Kind::kEnd;
+        inside.remove_prefix(1);
+    } else if (inside.ends_with('/')) {
+        tag.kind = CXmlTag::Kind::kEmpty;
+        inside.remove_suffix(1);
+    }
+    const std::size_t nameEnd = std::min(inside.find_first_of(kNotInNames), inside.size());
+    tag.name = inside.substr(0, nameEnd);
+    if (tag.name.empty() || !ReadAttributes(inside.substr(nameEnd), tag)) {
+        return Refuse();
+    }
+    auto text = Unescape(Trim(m_rest.substr(0, std::min(m_rest.find('<'), m_rest.size()))));
+    if (!text) {
+        return Refuse();
+    }
+    tag.text = std::move(*text);
+    return tag;
+}
+
+}  // namespace ksp::snmp
