@@ -166,6 +166,11 @@ CLprPrintChannel::Delivery CLprPrintChannel::SendChunk(const char* data, std::in
 // rest.
 void CLprPrintChannel::EndData() {
     constexpr char kEnd = '\0';
+    // Held back until the data before it are acknowledged, the single byte would cost every job the
+    // daemon's delay. The data themselves had better be gathered into full segments.
+    if (m_pStreamSocket) {
+        m_pStreamSocket->SendAtOnce();
+    }
     if (SendToServer(&kEnd, 1) != 1 || WaitforAck() != 1) {
         UpdatePortStatus();
     }

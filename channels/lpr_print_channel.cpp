@@ -182,9 +182,6 @@ std::uint32_t CLprPrintChannel::Connect(std::unique_ptr<CSLStreamSocket> socket)
         result = socket->selectforconnect();
     }
     if (result == 0) {
-        // The end of the data is a single byte; held back until the data before it are
-        // acknowledged, it would cost every job the daemon's delay.
-        socket->SendAtOnce();
         m_pStreamSocket = std::move(socket);
     }
     return result;

@@ -64,13 +64,11 @@ std::int32_t CPrintChannel::SendToServer(const void* data, std::int32_t length) 
     if (data == nullptr) {
         return -1;
     }
-    const std::uint32_t seconds = GetWaitServerReplyTimeout();
     const char* rest = static_cast<const char*>(data);
     std::int32_t total = 0;
     int zeroResults = 0;
     while (total < length) {
-        const std::int32_t sent =
-            m_pStreamSocket ? m_pStreamSocket->send(rest, length - total, seconds) : -1;
+        const std::int32_t sent = SendOnce(rest, length - total);
         if (sent < 0) {
             Log(LogLevel::kTrace, L"send to server : send error");
             return -1;
@@ -96,7 +94,7 @@ void CPrintChannel::OpenJob(std::uint32_t portId) {
 
 void CPrintChannel::UpdatePortStatus() {
     if (m_protocolInfo != nullptr) {
-        const std::uint32_t status = PollPrinterStatus(m_protocolInfo->GetHostName());
+        const std::uint32_t status = PollPrinterStatus(m_protocolInfo->HostName());
         m_services.SetPortStatus(m_portId, status);
     }
 }
@@ -135,13 +133,25 @@ std::int32_t CPrintChannel::AfterFailedConnect(std::uint32_t result, ChannelStat
 
 void CPrintChannel::CloseConnection() {
     if (m_pStreamSocket) {
-        m_pStreamSocket->close();
+        if (IsEndRequested()) {
+            // Whoever gives a job up holds the port manager's lock: a sleeping printer must not
+            // hold up every other port.
+            m_pStreamSocket->Abandon();
+        } else {
+            m_pStreamSocket->close();
+        }
         m_pStreamSocket.reset();
     }
 }
 
-std::int32_t CPrintChannel::SendOnce(const BYTE* data, std::int32_t length) {
-    return m_pStreamSocket ? m_pStreamSocket->send(data, length, GetWaitServerReplyTimeout()) : -1;
+std::int32_t CPrintChannel::SendOnce(const void* data, std::int32_t length) {
+    if (!m_pStreamSocket) {
+        return -1;
+    }
+    if (const auto sent = m_pStreamSocket->SendNow(data, length); sent) {
+        return *sent;
+    }
+    return m_pStreamSocket->send(data, length, GetWaitServerReplyTimeout());
 }
 
 }  // namespace ksp

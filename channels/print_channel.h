@@ -70,9 +70,9 @@ class CPrintChannel {
     // -1.
     std::int32_t AfterFailedConnect(std::uint32_t result, ChannelState& state);
     void CloseConnection();
-    // One send with the reply time-out. A job whose connection was ended from outside cannot go on:
-    // -1.
-    std::int32_t SendOnce(const BYTE* data, std::int32_t length);
+    // One send with the reply time-out, which is read only when there is something to wait for. A job
+    // whose connection was ended from outside cannot go on: -1.
+    std::int32_t SendOnce(const void* data, std::int32_t length);
     [[nodiscard]] bool IsEndRequested() const noexcept {
         return m_endRequest != nullptr && m_endRequest->load();
     }

@@ -17,6 +17,8 @@ class CProtocolInfo {
     [[nodiscard]] virtual std::uint32_t GetProtocolType() const { return m_type; }
     // The printer's address or DNS name, as the port's `PrinterAddress` has it.
     [[nodiscard]] virtual std::wstring GetHostName() const { return m_hostName; }
+    // The same for whoever only looks at it.
+    [[nodiscard]] const std::wstring& HostName() const noexcept { return m_hostName; }
     virtual void SetHostName(const std::wstring& name);
     // TCP port of the printer.
     [[nodiscard]] virtual std::uint16_t GetPortNumber() const { return m_portNumber; }

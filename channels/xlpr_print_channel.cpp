@@ -40,7 +40,7 @@ std::int32_t CXlprPrintChannel::WritePortWithHeader(const BYTE* data, std::int32
 }
 
 std::int32_t CXlprPrintChannel::WritePort(const BYTE* data, std::int32_t length) {
-    Log(LogLevel::kTrace, L"Xlpr write : hostname %s, state %d", m_info.GetHostName().c_str(),
+    Log(LogLevel::kTrace, L"Xlpr write : hostname %s, state %d", m_info.HostName().c_str(),
         Number(m_state));
     switch (m_state) {
         case ChannelState::kStarted:

@@ -25,8 +25,8 @@ std::optional<std::uint32_t> ReadMimeValue(const OryxFunctions& library, const c
     if (util.Get() == nullptr) {
         return std::nullopt;
     }
-    CMimeBuffer<char> header(library, util);
     CMimeBuffer<char> data(library, util);
+    CMimeBuffer<char> header(library, util);
     int headerLength = 0;
     int dataLength = 0;
     if (library.KSMIMESplitData(util.Get(), reply, header.Receive(), &headerLength, data.Receive(),

@@ -58,16 +58,20 @@ bool CKspOryxWrapper::ReadDeviceIdentity(const std::wstring& address, CDeviceRec
     return true;
 }
 
+int CKspOryxWrapper::Ask(DeviceHandle device, const std::string& request, CLibraryBuffer& reply) {
+    const int error =
+        Library().KSSendRecvStream(m_stream, device, request.c_str(), reply.Receive(), 0);
+    Library().KSRecvCancel(m_stream, device);
+    return error;
+}
+
 bool CKspOryxWrapper::AskMacAddress(DeviceHandle device, std::wstring& macAddress) {
     const auto request = ToUtf8(MacAddressRequest());
     if (!request) {
         return false;
     }
     CLibraryBuffer reply(Library(), m_stream, device);
-    const int error =
-        Library().KSSendRecvStream(m_stream, device, request->c_str(), reply.Receive(), 0);
-    Library().KSRecvCancel(m_stream, device);
-    if (error != 0) {
+    if (const int error = Ask(device, *request, reply); error != 0) {
         Log(LogLevel::kTrace, L"Failed SendRecvStream. %d", error);
         return false;
     }
@@ -108,10 +112,7 @@ bool CKspOryxWrapper::GetOIDValue(DeviceHandle device, const wchar_t* oid, SnmpT
         return false;
     }
     CLibraryBuffer reply(Library(), m_stream, device);
-    const int error =
-        Library().KSSendRecvStream(m_stream, device, request->c_str(), reply.Receive(), 0);
-    Library().KSRecvCancel(m_stream, device);
-    if (error != 0) {
+    if (Ask(device, *request, reply) != 0) {
         Log(LogLevel::kError, L"failed send/recv stream in get oids value");
         return false;
     }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "discovery/device_record.h"
+#include "discovery/library_owners.h"
 #include "discovery/mime_reply.h"
 #include "discovery/oryx_dll.h"
 #include "discovery/probe_session.h"
@@ -62,6 +63,8 @@ class CKspOryxWrapper {
 
     // A device handle, or 0.
     [[nodiscard]] DeviceHandle OpenDevice(const std::wstring& address, bool usePrinterValueWait);
+    // The library's error code; 0 is success, and the reply belongs to the caller.
+    [[nodiscard]] int Ask(DeviceHandle device, const std::string& request, CLibraryBuffer& reply);
     [[nodiscard]] bool AskMacAddress(DeviceHandle device, std::wstring& macAddress);
     [[nodiscard]] bool GetStatus(DeviceHandle device, CPrinterCondition& condition);
     [[nodiscard]] bool GetOIDValue(DeviceHandle device, const wchar_t* oid, SnmpType type,

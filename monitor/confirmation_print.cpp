@@ -47,15 +47,20 @@ void Start(std::wstring commandLine) {
 }  // namespace
 
 void LaunchConfirmationPrint(const wchar_t* portName, const wchar_t* printerName,
-                             const DOC_INFO_1W* /*document*/) {
-    std::wstring program;
-    if (RegistryStore().GetNotifierCommand(program) != 1) {
-        return;
+                             const DOC_INFO_1W* /*document*/) noexcept {
+    try {
+        std::wstring program;
+        if (RegistryStore().GetNotifierCommand(program) != 1) {
+            return;
+        }
+        const CNotifierValues values{TextOf(printerName), TextOf(portName), UserName(),
+                                     ComputerName()};
+        std::wstring commandLine = NotifierCommandLine(program, values);
+        Logger().LogMessage(LogLevel::kInfo, L"", __LINE__, commandLine.c_str());
+        Start(std::move(commandLine));
+    } catch (...) {
+        // A notification that cannot be built is no reason to stop a job that can print.
     }
-    const CNotifierValues values{TextOf(printerName), TextOf(portName), UserName(), ComputerName()};
-    std::wstring commandLine = NotifierCommandLine(program, values);
-    Logger().LogMessage(LogLevel::kInfo, L"", __LINE__, commandLine.c_str());
-    Start(std::move(commandLine));
 }
 
 }  // namespace ksp

@@ -9,58 +9,21 @@ namespace ksp {
 
 namespace {
 
-constexpr DWORD kPortType = PORT_TYPE_WRITE | PORT_TYPE_READ;
-
-std::size_t BytesOf(const std::wstring& text) {
-    return (text.size() + 1) * sizeof(wchar_t);
+std::size_t SizeOfNames(const CPortArray& ports) {
+    return ports.size() * sizeof(PORT_INFO_1W) + ports.NameCharacters() * sizeof(wchar_t);
 }
 
-std::size_t BytesNeeded(const std::vector<_stPort>& ports, DWORD level,
-                        const CPortManager& manager) {
-    const std::size_t perPort = level == 1 ? sizeof(PORT_INFO_1W)
-                                           : sizeof(PORT_INFO_2W) + BytesOf(manager.DisplayName()) +
-                                                 BytesOf(manager.PortDescription());
-    std::size_t needed = ports.size() * perPort;
+// The structures from the start, the names from the end of the buffer downwards.
+void FillNames(const CPortArray& ports, BYTE* buffer, DWORD size) {
+    BYTE* names = buffer + size;
     for (const _stPort& entry : ports) {
-        needed += BytesOf(entry.port->Name());
-    }
-    return needed;
-}
-
-// Packs strings from the end of a buffer downwards.
-class CStringPacker {
-  public:
-    explicit CStringPacker(BYTE* end) : m_position(end) {}
-
-    [[nodiscard]] wchar_t* Place(const std::wstring& text) {
-        m_position -= BytesOf(text);
-        std::memcpy(m_position, text.c_str(), BytesOf(text));
-        return reinterpret_cast<wchar_t*>(m_position);
-    }
-
-  private:
-    BYTE* m_position;
-};
-
-void Fill(const std::vector<_stPort>& ports, DWORD level, BYTE* buffer, DWORD size,
-          const CPortManager& manager) {
-    CStringPacker strings(buffer + size);
-    BYTE* position = buffer;
-    for (const _stPort& entry : ports) {
-        wchar_t* const name = strings.Place(entry.port->Name());
-        if (level == 1) {
-            const PORT_INFO_1W info{name};
-            std::memcpy(position, &info, sizeof(info));
-            position += sizeof(info);
-        } else {
-            PORT_INFO_2W info{};
-            info.pPortName = name;
-            info.pMonitorName = strings.Place(manager.DisplayName());
-            info.pDescription = strings.Place(manager.PortDescription());
-            info.fPortType = kPortType;
-            std::memcpy(position, &info, sizeof(info));
-            position += sizeof(info);
-        }
+        const std::wstring& name = entry.port->Name();
+        const std::size_t bytes = (name.size() + 1) * sizeof(wchar_t);
+        names -= bytes;
+        std::memcpy(names, name.c_str(), bytes);
+        const PORT_INFO_1W info{reinterpret_cast<wchar_t*>(names)};
+        std::memcpy(buffer, &info, sizeof(info));
+        buffer += sizeof(info);
     }
 }
 
@@ -101,7 +64,10 @@ DWORD CPortOperations::EnumPortsNow(DWORD level, BYTE* buffer, DWORD size, DWORD
         Store(returned, 0);
         return ERROR_SUCCESS;
     }
-    const std::size_t bytes = BytesNeeded(*ports, level, m_manager);
+    if (level == 2) {
+        m_listing.Prepare(ports, m_manager.DisplayName(), m_manager.PortDescription());
+    }
+    const std::size_t bytes = level == 1 ? SizeOfNames(*ports) : m_listing.Size();
     Store(needed, bytes);
     if (size < bytes) {
         Log(LogLevel::kTrace, L"buffer size is too small : buffer size=%d, need size=%d", size,
@@ -112,7 +78,11 @@ DWORD CPortOperations::EnumPortsNow(DWORD level, BYTE* buffer, DWORD size, DWORD
         Log(LogLevel::kError, L"buffer pointer is null");
         return ERROR_INSUFFICIENT_BUFFER;
     }
-    Fill(*ports, level, buffer, size, m_manager);
+    if (level == 1) {
+        FillNames(*ports, buffer, size);
+    } else {
+        m_listing.Fill(buffer, size);
+    }
     if (returned == nullptr) {
         Log(LogLevel::kError, L"ERROR_INSUFFICIENT_BUFFER");
         return ERROR_INSUFFICIENT_BUFFER;

@@ -25,7 +25,7 @@ std::int32_t CountOf(std::size_t size) {
     return static_cast<std::int32_t>(std::min(size, kMost));
 }
 
-// The header as it is now; empty when there is none.
+// The header as it is now; empty when the builder has none.
 std::vector<BYTE> BuildHeader(const CPort& port, const wchar_t* identity) {
     std::vector<BYTE> header;
     std::uint32_t size = 0;
@@ -46,17 +46,27 @@ std::vector<BYTE> BuildHeader(const CPort& port, const wchar_t* identity) {
     return {};
 }
 
-std::int32_t WriteWithHeader(const CPort& port, const BYTE* data, DWORD size,
-                             const wchar_t* identity) {
-    CPrintChannel& channel = *port.Channel();
-    std::vector<BYTE> combined = BuildHeader(port, identity);
-    if (combined.empty()) {
-        return channel.WritePort(data, CountOf(size));
+// The header with as much of the data behind it as fits the channel's count.
+struct CBlockWithHeader {
+    std::vector<BYTE> bytes;   // empty when there is no header
+    std::int32_t dataSize = 0;
+};
+
+CBlockWithHeader BuildBlock(const CPort& port, const CPortInfo& info, const BYTE* data,
+                            DWORD size) {
+    std::optional<std::wstring> identity;
+    if (info.SecureUserMode == kIdentityOfUser) {
+        identity = RegistryStore().GetUserIdentity();
     }
-    const std::int32_t length = std::min(
-        CountOf(size), CountOf(std::numeric_limits<std::int32_t>::max() - combined.size()));
-    combined.insert(combined.end(), data, data + length);
-    return channel.WritePortWithHeader(data, length, combined.data(), CountOf(combined.size()));
+    const bool named = identity && !identity->empty();
+    CBlockWithHeader block{BuildHeader(port, named ? identity->c_str() : nullptr), CountOf(size)};
+    if (!block.bytes.empty()) {
+        block.dataSize =
+            std::min(block.dataSize,
+                     CountOf(std::numeric_limits<std::int32_t>::max() - block.bytes.size()));
+        block.bytes.insert(block.bytes.end(), data, data + block.dataSize);
+    }
+    return block;
 }
 
 }  // namespace
@@ -69,17 +79,18 @@ std::int32_t WriteJobData(const CPort& port, const CPortInfo& info, const BYTE* 
         // Nothing may be printed under a name that the port and not the user gives.
         return 0;
     }
+    CBlockWithHeader block;
     try {
-        std::optional<std::wstring> identity;
-        if (info.SecureUserMode == kIdentityOfUser) {
-            identity = RegistryStore().GetUserIdentity();
-        }
-        const bool named = identity && !identity->empty();
-        return WriteWithHeader(port, data, size, named ? identity->c_str() : nullptr);
+        block = BuildBlock(port, info, data, size);
     } catch (const std::bad_alloc&) {
         Log(LogLevel::kCritical, L"memory allocation failure");
         return 0;
     }
+    CPrintChannel& channel = *port.Channel();
+    return block.bytes.empty() ? channel.WritePort(data, block.dataSize)
+                               : channel.WritePortWithHeader(data, block.dataSize,
+                                                             block.bytes.data(),
+                                                             CountOf(block.bytes.size()));
 }
 
 }  // namespace ksp

@@ -16,15 +16,16 @@ constexpr DWORD kPausedJobPause = 2000;  // milliseconds
 
 // A printer without full access is still good for everything but its status.
 UniquePrinter OpenJobPrinter(wchar_t* printerName) {
-    UniquePrinter printer;
+    // What a failed call leaves in the handle is not ours to close.
+    HANDLE printer = nullptr;
     PRINTER_DEFAULTSW defaults{nullptr, nullptr, PRINTER_ALL_ACCESS};
-    if (::OpenPrinterW(printerName, printer.Receive(), &defaults) != FALSE) {
-        return printer;
+    if (::OpenPrinterW(printerName, &printer, &defaults) != FALSE) {
+        return UniquePrinter(printer);
     }
     Log(LogLevel::kInfo, L"error opening printer with all access");
     defaults.DesiredAccess = PRINTER_ACCESS_USE;
-    if (::OpenPrinterW(printerName, printer.Receive(), &defaults) != FALSE) {
-        return printer;
+    if (::OpenPrinterW(printerName, &printer, &defaults) != FALSE) {
+        return UniquePrinter(printer);
     }
     Log(LogLevel::kError, L"error opening printer");
     return UniquePrinter();
@@ -41,13 +42,22 @@ void ReportSent(const CPort& port) {
     ::SetJobW(port.Printer(), port.JobId(), 0, nullptr, JOB_CONTROL_SENT_TO_PRINTER);
 }
 
+// Looks the port up in the registry. Only ID printing needs its record; the ordinary monitor, which
+// asks before every write, leaves it empty.
+[[nodiscard]] bool FindRecord(const CPort& port, CPortInfo& info) {
+    if (port.Name().empty()) {
+        return false;
+    }
+    CRegistryStore& store = RegistryStore();
+    return store.Type() == MonitorType::kIdPrint
+               ? store.ReadPort(port.Name().c_str(), info) != 0
+               : store.HasPort(port.Name().c_str());
+}
+
 // A record that cannot be read is an empty one.
 CPortInfo ReadRecord(const CPort& port) {
     CPortInfo info;
-    if (!port.Name().empty() && RegistryStore().ReadPort(port.Name().c_str(), info) == 0) {
-        info = CPortInfo();
-    }
-    return info;
+    return FindRecord(port, info) ? info : CPortInfo();
 }
 
 // An ID-print printer that does not answer must not be sent a job: it would vanish in silence.
@@ -65,12 +75,12 @@ CPortInfo ReadRecord(const CPort& port) {
 }
 
 // False when the port has no channel or the spooler does not know the job.
-[[nodiscard]] bool ReadJobState(const CPort& port, bool& paused) {
+[[nodiscard]] bool ReadJobState(CPort& port, bool& paused) {
     if (port.Channel() == nullptr) {
         Log(LogLevel::kError, L"print channel is no set");
         return false;
     }
-    SpoolerRecords job;
+    SpoolerRecords& job = port.JobRecords();
     if (!port.GetJobInfo(job)) {
         return false;
     }
@@ -82,7 +92,7 @@ CPortInfo ReadRecord(const CPort& port) {
 // The channel's write result. A port that the registry does not know any more takes nothing.
 std::int32_t WriteToChannel(const CPort& port, const BYTE* data, DWORD size) {
     CPortInfo info;
-    if (port.Name().empty() || RegistryStore().ReadPort(port.Name().c_str(), info) == 0) {
+    if (!FindRecord(port, info)) {
         return 0;
     }
     return WriteJobData(port, info, data, size);
@@ -156,7 +166,13 @@ bool CPortOperations::OpenPortNow(const wchar_t* name, HANDLE* handle) {
 bool CPortOperations::StartDocPort(HANDLE handle, wchar_t* printerName, DWORD jobId,
                                    const DOC_INFO_1W* document) {
     try {
-        return StartDocPortNow(handle, printerName, jobId, document);
+        bool opened = true;
+        const bool started = StartDocPortNow(handle, printerName, jobId, document, opened);
+        if (!opened) {
+            // Last: giving the port back could change it.
+            ::SetLastError(ERROR_UNEXP_NET_ERR);
+        }
+        return started;
     } catch (...) {
         Log(LogLevel::kCritical, L"Exception error in StartDocPort.");
         return false;
@@ -164,7 +180,7 @@ bool CPortOperations::StartDocPort(HANDLE handle, wchar_t* printerName, DWORD jo
 }
 
 bool CPortOperations::StartDocPortNow(HANDLE handle, wchar_t* printerName, DWORD jobId,
-                                      const DOC_INFO_1W* document) {
+                                      const DOC_INFO_1W* document, bool& channelOpened) {
     Log(LogLevel::kTrace, L"called start doc port");
     const auto port = m_manager.GetPortByHandle(IdOfHandle(handle));
     if (!port) {
@@ -191,7 +207,7 @@ bool CPortOperations::StartDocPortNow(HANDLE handle, wchar_t* printerName, DWORD
         channel->StartDoc(IdOfHandle(handle), document != nullptr ? document->pDocName : nullptr);
     if (opened != kChannelOpened && opened != kChannelOpenedAlready) {
         Log(LogLevel::kError, L"error opening print channel");
-        ::SetLastError(ERROR_UNEXP_NET_ERR);
+        channelOpened = false;
         return false;
     }
     port->SignalJobEvent();

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "monitor/port_listing.h"
 #include "ports/port_manager.h"
 
 namespace ksp {
@@ -37,11 +38,12 @@ class CPortOperations {
                                      DWORD* returned);
     [[nodiscard]] bool OpenPortNow(const wchar_t* name, HANDLE* handle);
     [[nodiscard]] bool StartDocPortNow(HANDLE handle, wchar_t* printerName, DWORD jobId,
-                                       const DOC_INFO_1W* document);
+                                       const DOC_INFO_1W* document, bool& channelOpened);
     [[nodiscard]] bool WritePortNow(HANDLE handle, const BYTE* data, DWORD size, DWORD* written);
     [[nodiscard]] bool EndDocPortNow(HANDLE handle);
 
     CPortManager& m_manager;
+    CPortListing m_listing;  // guarded by the port manager lock
 };
 
 }  // namespace ksp

@@ -29,13 +29,17 @@ std::unique_ptr<CKspOryxWrapper> StartWrapper() {
     return wrapper;
 }
 
-// Exact comparison: also a change of letter case is written.
-void StoreMacAddress(CPortInfo& info, const std::wstring& macAddress) {
-    if (macAddress != info.MacAddress) {
-        info.MacAddress = macAddress;
-        Log(LogLevel::kTrace, L"Mac address changed %s", macAddress.c_str());
-        RegistryStore().UpdateMacAddress(info);
+// Exact comparison: also a change of letter case is stored and written.
+[[nodiscard]] bool TakeMacAddress(CPortInfo& info, const std::wstring& macAddress) {
+    if (macAddress == info.MacAddress) {
+        return false;
     }
+    info.MacAddress = macAddress;
+    return true;
+}
+
+void LogMacAddress(const CPortInfo& info) {
+    Log(LogLevel::kTrace, L"Mac address changed %s", info.MacAddress.c_str());
 }
 
 // Whether the tracked printer still answers at its stored address.
@@ -52,7 +56,10 @@ bool IsStillThere(CKspOryxWrapper& wrapper, CPortInfo& info,
         return false;
     }
     Log(LogLevel::kTrace, L"IpAddress NotChange %s", info.IpAddress.c_str());
-    StoreMacAddress(info, *candidate);
+    if (TakeMacAddress(info, *candidate)) {
+        LogMacAddress(info);
+        RegistryStore().UpdateMacAddress(info);
+    }
     return true;
 }
 
@@ -72,7 +79,10 @@ std::optional<std::wstring> Search(CKspOryxWrapper& wrapper, CPortInfo& info,
     }
     const std::wstring old = std::exchange(info.IpAddress, address);
     RegistryStore().UpdateIpAddress(info);
-    StoreMacAddress(info, macAddress);
+    if (TakeMacAddress(info, macAddress)) {
+        RegistryStore().UpdateMacAddress(info);
+        LogMacAddress(info);
+    }
     Log(LogLevel::kTrace, L"IpAddress Changed %s --> %s", old.c_str(), address.c_str());
     return address;
 }
@@ -106,10 +116,9 @@ void NoteResolvedPrinter(CPortInfo& info, const std::wstring& address) {
     }
     info.IpAddress = address;
     RegistryStore().UpdateIpAddress(info);
-    if (device.MacAddress != info.MacAddress) {
-        Log(LogLevel::kTrace, L"Mac address changed %s", device.MacAddress.c_str());
+    if (TakeMacAddress(info, device.MacAddress)) {
+        LogMacAddress(info);
     }
-    info.MacAddress = device.MacAddress;
     RegistryStore().UpdateMacAddress(info);
     Log(LogLevel::kTrace, L"Found %s", address.c_str());
 }

@@ -236,6 +236,20 @@ std::int32_t CSLStreamSocket::send(const void* data, std::int32_t length, std::u
     return 0;
 }
 
+std::optional<std::int32_t> CSLStreamSocket::SendNow(const void* data, std::int32_t length) {
+    if (length == 0) {
+        return 0;
+    }
+    if (m_mode != Mode::kNonBlocking) {
+        return std::nullopt;
+    }
+    const int sent = ::send(m_socket.Get(), static_cast<const char*>(data), length, 0);
+    if (sent >= 0) {
+        return sent;
+    }
+    return ::WSAGetLastError() == WSAEWOULDBLOCK ? std::nullopt : std::optional(-1);
+}
+
 std::int32_t CSLStreamSocket::recv(void* data, std::int32_t length, std::uint32_t seconds) {
     switch (WaitReadable(m_socket.Get(), seconds)) {
         case SocketReady::kError:
@@ -284,6 +298,13 @@ std::uint32_t CSLStreamSocket::close() {
         return static_cast<std::uint32_t>(error.code);
     }
     return CloseHandle();
+}
+
+void CSLStreamSocket::Abandon() {
+    if (m_socket) {
+        ::shutdown(m_socket.Get(), SD_SEND);
+        static_cast<void>(CloseHandle());
+    }
 }
 
 bool CSLStreamSocket::Drain() {

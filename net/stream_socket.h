@@ -3,6 +3,7 @@
 #include <winsock2.h>
 
 #include <cstdint>
+#include <optional>
 
 #include "net/ip_address.h"
 #include "support/unique_socket.h"
@@ -45,6 +46,9 @@ class CSLStreamSocket : public CSLSocket {
     [[nodiscard]] std::uint32_t connect();
     [[nodiscard]] std::uint32_t selectforconnect();
     [[nodiscard]] std::int32_t send(const void* data, std::int32_t length, std::uint32_t seconds);
+    // What goes out at once, as send would answer; none when send would have to wait first. Spares a
+    // printer that keeps up the question whether it can be sent to.
+    [[nodiscard]] std::optional<std::int32_t> SendNow(const void* data, std::int32_t length);
     [[nodiscard]] std::int32_t recv(void* data, std::int32_t length, std::uint32_t seconds);
     // Lets small sends go out at once instead of waiting for the printer's acknowledgement of the
     // ones before them.
@@ -52,6 +56,8 @@ class CSLStreamSocket : public CSLSocket {
     // Graceful: what was sent still arrives, and what the printer still says is read and dropped,
     // for at most as long as the connection may linger (100 seconds).
     virtual std::uint32_t close();
+    // Closes without waiting for the printer. The system goes on delivering what it has taken.
+    void Abandon();
 
     // The port bound by the last connect; 0 before it and after close, unless a port is kept.
     [[nodiscard]] std::uint16_t LocalPort() const noexcept { return m_localPort; }

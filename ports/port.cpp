@@ -6,7 +6,6 @@
 #include "ports/registry_store.h"
 #include "support/log.h"
 #include "support/process_state.h"
-#include "support/srw_lock.h"
 
 namespace ksp {
 
@@ -66,7 +65,6 @@ CPort::~CPort() {
         static_cast<void>(m_printer.Release());
         return;
     }
-    m_jobEvent.Reset();
     m_printer.Reset();
     try {
         m_channel.reset();
@@ -83,10 +81,7 @@ bool CPort::Initialize(const CPortInfo& info) {
         Log(LogLevel::kInfo, L"could not create print channel for port: %s", info.PortName.c_str());
         return false;
     }
-    if (!m_jobEvent) {
-        m_jobEvent.Reset(::CreateEventW(nullptr, TRUE, TRUE, nullptr));
-    }
-    if (!m_jobEvent) {
+    if (!m_jobEvent.Create()) {
         Log(LogLevel::kInfo, L"could not create event handle");
         return false;
     }
@@ -116,7 +111,7 @@ CPort::ExchangeResult CPort::ExchangePrintChannel(const CPortInfo& info) {
 }
 
 CPort::ExchangeResult CPort::ExchangeWhileFree(const CPortInfo& info) {
-    const CTryExclusiveLock lock(m_jobLock);
+    const CTryJobLock lock(m_jobLock);
     if (!lock.IsHeld() || (m_channel && m_channel->IsOpen())) {
         return ExchangeResult::kOpen;
     }
@@ -127,7 +122,7 @@ CPort::ExchangeResult CPort::ExchangeWhileFree(const CPortInfo& info) {
 bool CPort::HasChannel() {
     bool has = true;
     {
-        const CTryExclusiveLock lock(m_jobLock);
+        const CTryJobLock lock(m_jobLock);
         has = !lock.IsHeld() || m_channel != nullptr;
     }
     static_cast<void>(RunRequestedClose());
@@ -144,7 +139,7 @@ bool CPort::CloseChannel(Unfinished job) {
 
 void CPort::LookAtChannel() {
     {
-        const CTryExclusiveLock lock(m_jobLock);
+        const CTryJobLock lock(m_jobLock);
         if (lock.IsHeld() && m_channel) {
             static_cast<void>(m_channel->IsOpen());
         }
@@ -162,13 +157,18 @@ bool CPort::RunRequestedClose() {
     // Looked at again after every release: a request that came in meanwhile found the lock taken
     // and relies on this thread.
     while (m_closeRequested) {
-        const CTryExclusiveLock lock(m_jobLock);
+        const CTryJobLock lock(m_jobLock);
         if (!lock.IsHeld()) {
             break;
         }
         m_closeRequested = false;
+        // Whoever ends the job afterwards must still learn what became of it.
+        m_jobGivenUp = m_jobGivenUp || m_giveUpRequested;
         try {
-            closed = !m_channel || !IsToBeClosed(*m_channel) || m_channel->EndDoc() == 0;
+            if (m_channel && IsToBeClosed(*m_channel)) {
+                m_jobLock.BeginWork();
+                closed = m_channel->EndDoc() == 0;
+            }
         } catch (...) {
             m_giveUpRequested = false;
             throw;
@@ -179,7 +179,7 @@ bool CPort::RunRequestedClose() {
 }
 
 void CPort::LeaveJob() noexcept {
-    ::ReleaseSRWLockExclusive(&m_jobLock);
+    m_jobLock.Release();
     try {
         if (!RunRequestedClose()) {
             Log(LogLevel::kError, L"cannot close print channel");
@@ -192,6 +192,8 @@ void CPort::LeaveJob() noexcept {
 void CPort::SetJob(UniquePrinter printer, DWORD jobId) noexcept {
     m_printer = std::move(printer);
     m_jobId = jobId;
+    m_jobGivenUp = false;
+    m_jobRecords = SpoolerRecords();
 }
 
 bool CPort::SetStatus(std::uint32_t status) {
@@ -232,28 +234,23 @@ bool CPort::GetJobInfo(SpoolerRecords& job) const {
     return false;
 }
 
-bool CPort::SignalJobEvent() {
-    if (!m_jobEvent) {
+bool CPort::LogJobEvent(bool there) {
+    if (!there) {
         Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
     }
-    return ::SetEvent(m_jobEvent.Get()) != FALSE;
+    return there;
+}
+
+bool CPort::SignalJobEvent() {
+    return LogJobEvent(m_jobEvent.Signal());
 }
 
 bool CPort::ResetJobEvent() {
-    if (!m_jobEvent) {
-        Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
-    }
-    return ::ResetEvent(m_jobEvent.Get()) != FALSE;
+    return LogJobEvent(m_jobEvent.Reset());
 }
 
 bool CPort::WaitJobEvent() {
-    if (!m_jobEvent) {
-        Log(LogLevel::kError, L"Invalid Event Handle.");
-        return false;
-    }
-    return ::WaitForSingleObject(m_jobEvent.Get(), INFINITE) == WAIT_OBJECT_0;
+    return LogJobEvent(m_jobEvent.Wait());
 }
 
 }  // namespace ksp

@@ -9,9 +9,10 @@
 
 #include "channels/port_services.h"
 #include "channels/print_channel.h"
+#include "ports/job_event.h"
+#include "ports/job_lock.h"
 #include "ports/port_info.h"
 #include "support/spooler_query.h"
-#include "support/windows_handles.h"
 
 namespace ksp {
 
@@ -45,8 +46,10 @@ class CPort {
     // What becomes of a job that is still on the channel when it is closed: it is ended as
     // EndDocPort would end it, or given up, because its port goes.
     enum class Unfinished { kEnd, kGiveUp };
-    // Whether the job that is on the channel is being given up.
-    [[nodiscard]] bool IsGivenUp() const noexcept { return m_giveUpRequested.load(); }
+    // Whether the job of the last StartDocPort is being given up, or has been.
+    [[nodiscard]] bool IsGivenUp() const noexcept {
+        return m_giveUpRequested.load() || m_jobGivenUp;
+    }
     // Closes the channel if it is open. While a job's operation is in it, that operation closes it
     // at its end. False when the channel could not be closed.
     [[nodiscard]] bool CloseChannel(Unfinished job);
@@ -58,6 +61,9 @@ class CPort {
     bool SetStatus(std::uint32_t status);
     // Reads the job at level 1.
     [[nodiscard]] bool GetJobInfo(SpoolerRecords& job) const;
+    // Where the operations of the port's job read what the spooler says of it. The room is kept from
+    // one write to the next, until the job ends.
+    [[nodiscard]] SpoolerRecords& JobRecords() noexcept { return m_jobRecords; }
     // The event is signalled except while a write is sending. False, with a log line, without
     // event.
     bool SignalJobEvent();
@@ -82,6 +88,8 @@ class CPort {
     friend class CJobScope;
 
     void LeaveJob() noexcept;
+    // What the job event answered, with its log line.
+    static bool LogJobEvent(bool there);
     [[nodiscard]] ExchangeResult ExchangeWhileFree(const CPortInfo& info);
     // Carries out a requested close unless a job's operation is running. False when it failed.
     bool RunRequestedClose();
@@ -94,10 +102,12 @@ class CPort {
     UniquePrinter m_printer;     // null between jobs
     DWORD m_jobId = 0;           // the spooler's
     std::uint32_t m_status = 0;  // the last status written to the spooler
-    UniqueHandle m_jobEvent;     // manual reset
-    SRWLOCK m_jobLock{};         // held by the job's operation that runs
+    CJobEvent m_jobEvent;
+    SpoolerRecords m_jobRecords;
+    CJobLock m_jobLock;          // its work is the job's operation that runs
     std::atomic<bool> m_closeRequested{false};
     std::atomic<bool> m_giveUpRequested{false};  // the channel watches it while it waits
+    bool m_jobGivenUp = false;                   // under the job lock
 };
 
 // Holds a port for one operation of its job. Operations of one job do not overlap; where a spooler
@@ -105,7 +115,7 @@ class CPort {
 class CJobScope {
   public:
     explicit CJobScope(CPort& port) noexcept : m_port(port) {
-        ::AcquireSRWLockExclusive(&m_port.m_jobLock);
+        m_port.m_jobLock.Acquire();
     }
     ~CJobScope() { m_port.LeaveJob(); }
     CJobScope(const CJobScope&) = delete;

@@ -1,30 +1,14 @@
 #include "ports/port_list.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "support/srw_lock.h"
 
 namespace ksp {
 
-namespace {
-
-auto FindByName(const std::vector<_stPort>& ports, const std::wstring& name) {
-    return std::find_if(ports.begin(), ports.end(),
-                        [&name](const _stPort& entry) { return entry.port->Name() == name; });
-}
-
-// The ids ascend.
-auto FindById(const std::vector<_stPort>& ports, std::uint32_t id) {
-    const auto found = std::lower_bound(
-        ports.begin(), ports.end(), id,
-        [](const _stPort& entry, std::uint32_t wanted) { return entry.id < wanted; });
-    return found != ports.end() && found->id == id ? found : ports.end();
-}
-
-}  // namespace
-
-CPortList::CPortList() : m_ports(std::make_shared<const std::vector<_stPort>>()) {}
+CPortList::CPortList() : m_ports(std::make_shared<const CPortArray>()) {}
 
 CPortList::Snapshot CPortList::Ports() const {
     const CSharedLock lock(m_snapshotLock);
@@ -48,55 +32,55 @@ void CPortList::AddPortToList(std::shared_ptr<CPort> port) {
 void CPortList::AddPortsToList(std::vector<std::shared_ptr<CPort>> ports) {
     const CExclusiveLock lock(m_changeLock);
     const Snapshot present = Ports();
-    auto next = std::make_shared<std::vector<_stPort>>();
-    next->reserve(present->size() + ports.size());
-    *next = *present;
+    std::vector<_stPort> next;
+    next.reserve(present->size() + ports.size());
+    next.assign(present->begin(), present->end());
     std::uint32_t id = m_lastId;
     for (auto& port : ports) {
-        next->push_back({std::move(port), ++id});
+        next.push_back({std::move(port), ++id});
     }
+    Publish(std::make_shared<const CPortArray>(std::move(next)));
     m_lastId = id;
-    Publish(std::move(next));
 }
 
 std::uint32_t CPortList::FindPortIdByName(const std::wstring& name) const {
     const Snapshot ports = Ports();
-    const auto found = FindByName(*ports, name);
-    return found != ports->end() ? found->id : kNoId;
+    const _stPort* const found = ports->FindByName(name);
+    return found != nullptr ? found->id : kNoId;
 }
 
 std::shared_ptr<CPort> CPortList::FindPortByName(const std::wstring& name) const {
     const Snapshot ports = Ports();
-    const auto found = FindByName(*ports, name);
-    return found != ports->end() ? found->port : nullptr;
+    const _stPort* const found = ports->FindByName(name);
+    return found != nullptr ? found->port : nullptr;
 }
 
 std::shared_ptr<CPort> CPortList::FindPortById(std::uint32_t id) const {
     const Snapshot ports = Ports();
-    const auto found = FindById(*ports, id);
-    return found != ports->end() ? found->port : nullptr;
+    const _stPort* const found = ports->FindById(id);
+    return found != nullptr ? found->port : nullptr;
 }
 
 bool CPortList::DeletePortById(std::uint32_t id) {
     std::shared_ptr<CPort> removed;  // destroyed after the lock is released
     const CExclusiveLock lock(m_changeLock);
     const Snapshot present = Ports();
-    const auto found = FindById(*present, id);
-    if (found == present->end()) {
+    const _stPort* const found = present->FindById(id);
+    if (found == nullptr) {
         return false;
     }
     removed = found->port;
-    auto next = std::make_shared<std::vector<_stPort>>();
-    next->reserve(present->size() - 1);
-    std::copy_if(present->begin(), present->end(), std::back_inserter(*next),
+    std::vector<_stPort> next;
+    next.reserve(present->size() - 1);
+    std::copy_if(present->begin(), present->end(), std::back_inserter(next),
                  [id](const _stPort& entry) { return entry.id != id; });
-    Publish(std::move(next));
+    Publish(std::make_shared<const CPortArray>(std::move(next)));
     return true;
 }
 
 void CPortList::Clear() {
     const CExclusiveLock lock(m_changeLock);
-    Publish(std::make_shared<const std::vector<_stPort>>());
+    Publish(std::make_shared<const CPortArray>());
 }
 
 }  // namespace ksp

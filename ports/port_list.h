@@ -7,15 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "ports/port.h"
+#include "ports/port_array.h"
 
 namespace ksp {
-
-// A port and the handle id by which the spooler knows it.
-struct _stPort {
-    std::shared_ptr<CPort> port;
-    std::uint32_t id;
-};
 
 // The ports in the order in which they were inserted, which is also the order of their ids.
 //
@@ -27,7 +21,7 @@ struct _stPort {
 class CPortList {
   public:
     static constexpr std::uint32_t kNoId = 0xFFFFFFFF;
-    using Snapshot = std::shared_ptr<const std::vector<_stPort>>;
+    using Snapshot = std::shared_ptr<const CPortArray>;
 
     CPortList();
     CPortList(const CPortList&) = delete;

@@ -107,6 +107,13 @@ bool CPortManager::UpdateExistingPort(const CPortInfo& info) {
 
 bool CPortManager::AddNewPort(const CPortInfo& info) {
     Log(LogLevel::kError, L"invalidate Port");
+    // Two ports on one key would overwrite each other, and only one would be there at the next
+    // start.
+    if (RegistryStore().IsKeyOfAnotherPort(info.PortName)) {
+        ::SetLastError(ERROR_INVALID_DATA);
+        Log(LogLevel::kError, L"port name differs only in case : %s", info.PortName.c_str());
+        return false;
+    }
     try {
         auto port = std::make_shared<CPort>(*this);
         if (!port->Initialize(info)) {

@@ -54,7 +54,8 @@ class CPortManager : public IPortServices {
 
     // Adds a port, or configures the one that has this name. The thread's last error says more: 0
     // for a new port, 183 (ERROR_ALREADY_EXISTS) for one that was configured (true) or belongs to
-    // another monitor (false), 8 and 13 for failures.
+    // another monitor (false), 8 and 13 for failures. A name that cannot be the port's own registry
+    // key is such a failure: one that no key can have, or another port's in upper or lower case.
     bool AddPort(CPortInfo info);
     // Gives a port another configuration, unless a job is on it. A port whose new configuration
     // yields no channel is dropped from the list; its registry key stays.

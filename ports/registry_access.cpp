@@ -78,16 +78,15 @@ LONG CRegistryAccess::DeleteKey(HANDLE parent, const wchar_t* name) {
                        : ::RegDeleteKeyW(AsKey(parent), name);
 }
 
-LONG CRegistryAccess::EnumKey(HANDLE key, DWORD index, wchar_t* name, DWORD* length) {
+LONG CRegistryAccess::EnumKey(HANDLE key, DWORD index, wchar_t* name, DWORD* length,
+                              FILETIME* lastWrite) {
     const CAutoLogCritSec guard(&m_lock);
     if (key == nullptr) {
         return ERROR_INVALID_HANDLE;
     }
-    if (m_functions) {
-        FILETIME lastWrite{};
-        return m_functions->fpEnumKey(key, index, name, length, &lastWrite, m_spooler);
-    }
-    return ::RegEnumKeyExW(AsKey(key), index, name, length, nullptr, nullptr, nullptr, nullptr);
+    return m_functions ? m_functions->fpEnumKey(key, index, name, length, lastWrite, m_spooler)
+                       : ::RegEnumKeyExW(AsKey(key), index, name, length, nullptr, nullptr, nullptr,
+                                         lastWrite);
 }
 
 LONG CRegistryAccess::QueryValueCount(HANDLE key, DWORD* count) {

@@ -39,8 +39,9 @@ class CRegistryAccess {
     LONG OpenKey(HANDLE parent, const wchar_t* name, REGSAM access, HANDLE* key);
     LONG CloseKey(HANDLE key);
     LONG DeleteKey(HANDLE parent, const wchar_t* name);
-    // `length` is in characters: room for the name on entry, the name's length on return.
-    LONG EnumKey(HANDLE key, DWORD index, wchar_t* name, DWORD* length);
+    // `length` is in characters: room for the name on entry, the name's length on return. A spooler
+    // may leave the time of the subkey's last change as it was.
+    LONG EnumKey(HANDLE key, DWORD index, wchar_t* name, DWORD* length, FILETIME* lastWrite);
     LONG QueryValueCount(HANDLE key, DWORD* count);
     LONG SetValue(HANDLE key, const wchar_t* name, DWORD type, const void* data, DWORD size);
     // `length` is in characters, `size` in bytes.

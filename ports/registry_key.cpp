@@ -6,12 +6,9 @@
 
 namespace ksp {
 
-namespace {
-
-// The longest key name is 255 characters; the buffer is the one that the enumerations are given.
-constexpr DWORD kNameBuffer = 261;
-
-}  // namespace
+std::uint64_t NumberOf(const FILETIME& time) noexcept {
+    return (static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+}
 
 std::wstring TextOfValue(const void* bytes, std::size_t size) {
     std::wstring text(size / sizeof(wchar_t), L'\0');
@@ -108,17 +105,19 @@ std::optional<std::wstring> CRegistryKey::ReadText(const wchar_t* name) const {
     return TextOfValue(data, std::min<std::size_t>(size, room));
 }
 
-std::optional<std::wstring> CRegistryKey::SubkeyName(DWORD index) const {
+bool CRegistryKey::ReadSubkey(DWORD index, CSubkey& subkey) const {
     if (m_key == nullptr) {
-        return std::nullopt;
+        return false;
     }
-    wchar_t name[kNameBuffer] = {};
-    DWORD length = kNameBuffer;
-    if (m_access->EnumKey(m_key, index, name, &length) != ERROR_SUCCESS) {
-        return std::nullopt;
+    DWORD length = CSubkey::kRoom;
+    FILETIME lastWrite{};
+    subkey.name[0] = L'\0';
+    if (m_access->EnumKey(m_key, index, subkey.name, &length, &lastWrite) != ERROR_SUCCESS) {
+        return false;
     }
-    name[kNameBuffer - 1] = L'\0';
-    return std::wstring(name);
+    subkey.name[CSubkey::kRoom - 1] = L'\0';
+    subkey.lastWrite = NumberOf(lastWrite);
+    return true;
 }
 
 LONG CRegistryKey::WriteDword(const wchar_t* name, std::uint32_t value) const {

@@ -11,6 +11,14 @@
 
 namespace ksp {
 
+// A subkey as an enumeration tells it.
+struct CSubkey {
+    static constexpr DWORD kRoom = 261;  // characters; the longest name of a key has 255
+
+    wchar_t name[kRoom];
+    std::uint64_t lastWrite;  // in units of 100 ns since 1601; 0 when it is not known
+};
+
 // The owner of one open registry key. Closed by its destructor, through the access layer that
 // opened it; that layer must outlive it.
 //
@@ -41,8 +49,8 @@ class CRegistryKey {
 
     [[nodiscard]] std::optional<std::uint32_t> ReadDword(const wchar_t* name) const;
     [[nodiscard]] std::optional<std::wstring> ReadText(const wchar_t* name) const;
-    // The name of the subkey at the index; none at the end, and at any failure.
-    [[nodiscard]] std::optional<std::wstring> SubkeyName(DWORD index) const;
+    // The subkey at the index. False at the end, and at any failure.
+    [[nodiscard]] bool ReadSubkey(DWORD index, CSubkey& subkey) const;
 
     LONG WriteDword(const wchar_t* name, std::uint32_t value) const;
     // REG_SZ of exactly two bytes a character, without a terminator.
@@ -53,6 +61,8 @@ class CRegistryKey {
     CRegistryAccess* m_access = nullptr;
     HANDLE m_key = nullptr;
 };
+
+[[nodiscard]] std::uint64_t NumberOf(const FILETIME& time) noexcept;
 
 // What a REG_SZ of these bytes says.
 [[nodiscard]] std::wstring TextOfValue(const void* bytes, std::size_t size);

@@ -1,5 +1,6 @@
 #include "ports/registry_store.h"
 
+#include <cwchar>
 #include <new>
 
 #include "support/log.h"
@@ -9,6 +10,7 @@ namespace ksp {
 namespace {
 
 constexpr REGSAM kReadWrite = KEY_READ | KEY_WRITE;
+constexpr wchar_t kAddressType[] = L"PrinterAddressType";
 
 std::uint32_t DwordOf(const CRegistryKey& key, const wchar_t* name) {
     return key.ReadDword(name).value_or(0);
@@ -18,12 +20,33 @@ std::wstring TextOf(const CRegistryKey& key, const wchar_t* name) {
     return key.ReadText(name).value_or(std::wstring());
 }
 
+// Counts on when a subkey begins to come or go and when that is done; odd in between.
+class CSubkeyChange {
+  public:
+    explicit CSubkeyChange(std::atomic<std::uint32_t>& changes) : m_changes(changes) { ++changes; }
+    ~CSubkeyChange() { ++m_changes; }
+    CSubkeyChange(const CSubkeyChange&) = delete;
+    CSubkeyChange& operator=(const CSubkeyChange&) = delete;
+
+  private:
+    std::atomic<std::uint32_t>& m_changes;
+};
+
+bool IsSameKeyName(const std::wstring& left, const std::wstring& right) {
+    return ::CompareStringOrdinal(left.data(), static_cast<int>(left.size()), right.data(),
+                                  static_cast<int>(right.size()), TRUE) == CSTR_EQUAL;
+}
+
+bool IsTracked(std::uint32_t addressType) {
+    return addressType == static_cast<std::uint32_t>(AddressType::kTracked);
+}
+
 }  // namespace
 
-CRegistryKey CRegistryStore::OpenPort(const std::wstring& name, REGSAM rights) {
+CRegistryKey CRegistryStore::OpenPort(const wchar_t* name, REGSAM rights) {
     CRegistryKey key;
-    if (key.Open(m_access, m_portsKey.Get(), name.c_str(), rights) != ERROR_SUCCESS) {
-        Log(LogLevel::kError, L"Unable to open key ( %s )", name.c_str());
+    if (key.Open(m_access, m_portsKey.Get(), name, rights) != ERROR_SUCCESS) {
+        Log(LogLevel::kError, L"Unable to open key ( %s )", name);
     }
     return key;
 }
@@ -33,75 +56,145 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
         Log(LogLevel::kError, L"The list to store must be empty.");
         return 0;
     }
-    for (DWORD index = 0;; ++index) {
-        const auto name = m_portsKey.SubkeyName(index);
-        if (!name) {
-            return 1;
-        }
-        const CRegistryKey key = OpenPort(*name, KEY_READ);
+    CSubkey subkey;
+    for (DWORD index = 0; m_portsKey.ReadSubkey(index, subkey); ++index) {
+        const std::uint64_t readAt = CAddressTypeCache::Now();
+        const CRegistryKey key = OpenPort(subkey.name, KEY_READ);
         if (!key.IsOpen()) {
             continue;
         }
-        Log(LogLevel::kInfo, L"Load Port : %s", name->c_str());
+        Log(LogLevel::kInfo, L"Load Port : %s", subkey.name);
         try {
             auto info = std::make_unique<CPortInfo>();
-            info->PortName = *name;
+            info->PortName = subkey.name;
+            info->PrinterAddressType = ReadAddressType(key, index, subkey, readAt);
             LoadValues(key, *info);
             list.push_back(std::move(info));
         } catch (const std::bad_alloc&) {
             Log(LogLevel::kCritical, L"memory allocation error");
         }
     }
+    return 1;
 }
 
-int CRegistryStore::ReadPort(const wchar_t* name, CPortInfo& info) {
-    Log(LogLevel::kTrace, L"Read port info : hostname = %s", name);
+std::uint32_t CRegistryStore::ReadAddressType(const CRegistryKey& key, DWORD index,
+                                              const CSubkey& subkey, std::uint64_t readAt) {
+    const auto type = key.ReadDword(kAddressType);
+    // One that cannot be read may be readable the next time.
+    if (type) {
+        m_addressTypes.Note(index, subkey, readAt, *type);
+    }
+    return type.value_or(0);
+}
+
+template <class Find>
+int CRegistryStore::FindDespiteChanges(Find find) const {
     // A subkey that comes or goes meanwhile moves the ones behind it, and the enumeration can step
     // over the one that is looked for.
     constexpr int kMostAttempts = 4;
     int found = 0;
     for (int attempt = 0; found == 0 && attempt < kMostAttempts; ++attempt) {
         const std::uint32_t changes = m_subkeyChanges.load();
-        found = ReadPortOnce(name, info);
-        if (changes == m_subkeyChanges.load()) {
+        found = find();
+        const bool changing = changes % 2 != 0;
+        if (!changing && changes == m_subkeyChanges.load()) {
             break;
         }
     }
     return found;
 }
 
-int CRegistryStore::ReadPortOnce(const wchar_t* name, CPortInfo& info) {
+int CRegistryStore::ReadPort(const wchar_t* name, CPortInfo& info) {
+    return FindPort(name, &info);
+}
+
+bool CRegistryStore::HasPort(const wchar_t* name) {
+    return FindPort(name, nullptr) != 0;
+}
+
+int CRegistryStore::FindPort(const wchar_t* name, CPortInfo* info) {
+    Log(LogLevel::kTrace, L"Read port info : hostname = %s", name);
+    return FindDespiteChanges([&] { return FindPortOnce(name, info); });
+}
+
+int CRegistryStore::FindPortOnce(const wchar_t* name, CPortInfo* info) {
+    // The subkey that is looked at and the one that was passed last.
+    CSubkey subkeys[2];
+    const CSubkey* passed = nullptr;
+    CRegistryKey passedKey;
+    std::uint32_t passedType = 0;
+    const auto take = [this, info](const CRegistryKey& key, const CSubkey& subkey,
+                                   std::uint32_t type) {
+        if (info != nullptr) {
+            info->PortName = subkey.name;
+            info->PrinterAddressType = type;
+            LoadValues(key, *info);
+        }
+    };
     for (DWORD index = 0;; ++index) {
-        const auto subkey = m_portsKey.SubkeyName(index);
-        if (!subkey) {
-            return 0;
+        CSubkey& subkey = subkeys[passed == &subkeys[0] ? 1 : 0];
+        if (!m_portsKey.ReadSubkey(index, subkey)) {
+            break;
         }
-        const CRegistryKey key = OpenPort(*subkey, KEY_READ);
-        if (!key.IsOpen()) {
-            continue;
+        CRegistryKey key;
+        auto type = m_addressTypes.Find(index, subkey);
+        const bool named = std::wcscmp(subkey.name, name) == 0;
+        if (!type || (info != nullptr && (named || IsTracked(*type)))) {
+            const std::uint64_t readAt = CAddressTypeCache::Now();
+            key = OpenPort(subkey.name, KEY_READ);
+            if (!key.IsOpen()) {
+                continue;
+            }
+            type = ReadAddressType(key, index, subkey, readAt);
         }
-        Log(LogLevel::kInfo, L"read port. port name is %s", subkey->c_str());
-        info.PortName = *subkey;
-        LoadValues(key, info);
-        if (info.IsTracked() || info.PortName == name) {
+        Log(LogLevel::kInfo, L"read port. port name is %s", subkey.name);
+        if (named || IsTracked(*type)) {
+            take(key, subkey, *type);
             return 1;
         }
+        passed = &subkey;
+        passedKey = std::move(key);
+        passedType = *type;
     }
+    if (info != nullptr && passed != nullptr) {
+        if (!passedKey.IsOpen()) {
+            passedKey = OpenPort(passed->name, KEY_READ);
+        }
+        take(passedKey, *passed, passedType);
+    }
+    return 0;
 }
 
 bool CRegistryStore::HasUntrackedPort(const std::wstring& printerAddress) {
-    constexpr auto kTracked = static_cast<std::uint32_t>(AddressType::kTracked);
-    for (DWORD index = 0;; ++index) {
-        const auto subkey = m_portsKey.SubkeyName(index);
-        if (!subkey) {
-            return false;
-        }
-        const CRegistryKey key = OpenPort(*subkey, KEY_READ);
-        if (key.IsOpen() && DwordOf(key, L"PrinterAddressType") != kTracked &&
+    return FindDespiteChanges([&] { return HasUntrackedPortOnce(printerAddress) ? 1 : 0; }) != 0;
+}
+
+bool CRegistryStore::HasUntrackedPortOnce(const std::wstring& printerAddress) {
+    CSubkey subkey;
+    for (DWORD index = 0; m_portsKey.ReadSubkey(index, subkey); ++index) {
+        // Without a line for a key that cannot be opened: the caller's look-up has just logged it.
+        CRegistryKey key;
+        if (key.Open(m_access, m_portsKey.Get(), subkey.name, KEY_READ) == ERROR_SUCCESS &&
+            !IsTracked(DwordOf(key, kAddressType)) &&
             TextOf(key, L"PrinterAddress") == printerAddress) {
             return true;
         }
     }
+    return false;
+}
+
+bool CRegistryStore::IsKeyOfAnotherPort(const std::wstring& name) {
+    CRegistryKey key;
+    if (key.Open(m_access, m_portsKey.Get(), name.c_str(), KEY_READ) != ERROR_SUCCESS) {
+        return false;
+    }
+    CSubkey subkey;
+    for (DWORD index = 0; m_portsKey.ReadSubkey(index, subkey) && subkey.name != name; ++index) {
+        if (IsSameKeyName(subkey.name, name)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void CRegistryStore::LoadValues(const CRegistryKey& key, CPortInfo& info) const {
@@ -114,7 +207,6 @@ void CRegistryStore::LoadValues(const CRegistryKey& key, CPortInfo& info) const 
     info.PrinterAddress = TextOf(key, L"PrinterAddress");
     info.ProxyServer = TextOf(key, L"ProxyServer");
     info.QueueName = TextOf(key, L"QueueName");
-    info.PrinterAddressType = DwordOf(key, L"PrinterAddressType");
     info.IpAddress = TextOf(key, L"IpAddress");
     info.SubnetMask = TextOf(key, L"SubnetMask");
     info.MacAddress = TextOf(key, L"MacAddress");
@@ -137,7 +229,7 @@ void CRegistryStore::SaveValues(const CRegistryKey& key, const CPortInfo& info,
         }
     };
     if (writeAddress) {
-        note(key.WriteDword(L"PrinterAddressType", info.PrinterAddressType));
+        note(key.WriteDword(kAddressType, info.PrinterAddressType));
         note(key.WriteText(L"IpAddress", info.IpAddress));
         note(key.WriteText(L"SubnetMask", info.SubnetMask));
         note(key.WriteText(L"MacAddress", info.MacAddress));
@@ -161,18 +253,20 @@ void CRegistryStore::SaveValues(const CRegistryKey& key, const CPortInfo& info,
 
 int CRegistryStore::AddPortKey(const CPortInfo& info) {
     CRegistryKey key;
-    if (key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(), kReadWrite) !=
-        ERROR_SUCCESS) {
-        Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());
-        return 0;
+    {
+        const CSubkeyChange change(m_subkeyChanges);
+        if (key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(), kReadWrite) !=
+            ERROR_SUCCESS) {
+            Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());
+            return 0;
+        }
     }
-    ++m_subkeyChanges;
     SaveValues(key, info, true);
     return 1;
 }
 
 int CRegistryStore::UpdatePortKey(const CPortInfo& info, bool writeAddress) {
-    const CRegistryKey key = OpenPort(info.PortName, kReadWrite);
+    const CRegistryKey key = OpenPort(info.PortName.c_str(), kReadWrite);
     if (!key.IsOpen()) {
         return 0;
     }
@@ -181,7 +275,7 @@ int CRegistryStore::UpdatePortKey(const CPortInfo& info, bool writeAddress) {
 }
 
 int CRegistryStore::UpdateIpAddress(const CPortInfo& info) {
-    const CRegistryKey key = OpenPort(info.PortName, kReadWrite);
+    const CRegistryKey key = OpenPort(info.PortName.c_str(), kReadWrite);
     if (!key.IsOpen()) {
         return 0;
     }
@@ -193,7 +287,7 @@ int CRegistryStore::UpdateIpAddress(const CPortInfo& info) {
 }
 
 int CRegistryStore::UpdateMacAddress(const CPortInfo& info) {
-    const CRegistryKey key = OpenPort(info.PortName, kReadWrite);
+    const CRegistryKey key = OpenPort(info.PortName.c_str(), kReadWrite);
     if (!key.IsOpen()) {
         return 0;
     }
@@ -205,11 +299,11 @@ int CRegistryStore::UpdateMacAddress(const CPortInfo& info) {
 }
 
 int CRegistryStore::DeletePortKey(const std::wstring& name) {
+    const CSubkeyChange change(m_subkeyChanges);
     if (m_access.DeleteKey(m_portsKey.Get(), name.c_str()) != ERROR_SUCCESS) {
         Log(LogLevel::kError, L"Unable to delete key ( %s )", name.c_str());
         return 0;
     }
-    ++m_subkeyChanges;
     return 1;
 }
 

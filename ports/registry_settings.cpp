@@ -4,7 +4,7 @@
 #include <new>
 
 #include "support/log.h"
-#include "support/unique_resource.h"
+#include "support/windows_handles.h"
 
 namespace ksp {
 
@@ -15,13 +15,6 @@ constexpr wchar_t kSpoolSettingsPath[] = L"SYSTEM\\CurrentControlSet\\Control\\P
 constexpr wchar_t kNotifierPath[] = L"SOFTWARE\\TAVRIN\\PNOTIFY";
 constexpr wchar_t kUserIdentityPath[] = L"Software\\Kestrel\\Confirmation Print";
 constexpr wchar_t kSubnet[] = L"subnet";
-
-struct UserKeyTraits {
-    using Type = HKEY;
-    static Type None() noexcept { return nullptr; }
-    static void Close(Type key) noexcept { ::RegCloseKey(key); }
-};
-using UniqueUserKey = UniqueResource<UserKeyTraits>;
 
 std::optional<CSubnet> SubnetOf(const std::wstring& text) {
     const auto separator = text.find(L';');
@@ -103,13 +96,13 @@ void CRegistryStore::LoadSubnetList(std::vector<CSubnet>& list) {
 // Outside the access layer: the hive is that of the user whom the calling thread impersonates, and
 // no spooler function opens it.
 std::optional<std::wstring> CRegistryStore::GetUserIdentity() {
-    UniqueUserKey hive;
+    UniqueRegistryKey hive;
     if (const LONG result = ::RegOpenCurrentUser(KEY_READ, hive.Receive());
         result != ERROR_SUCCESS) {
         Log(LogLevel::kError, L"RegOpenCurrentUser error. (%ld)", result);
         return std::nullopt;
     }
-    UniqueUserKey key;
+    UniqueRegistryKey key;
     if (const LONG result =
             ::RegOpenKeyExW(hive.Get(), kUserIdentityPath, 0, KEY_READ, key.Receive());
         result != ERROR_SUCCESS) {
@@ -144,12 +137,19 @@ int CRegistryStore::GetNotifierCommand(std::wstring& command) {
         DWORD length = kBuffer;
         DWORD type = REG_NONE;
         DWORD size = sizeof(data);
-        if (m_access.EnumValue(key.Get(), index, name, &length, &type, data, &size) !=
-            ERROR_SUCCESS) {
+        const LONG result =
+            m_access.EnumValue(key.Get(), index, name, &length, &type, data, &size);
+        if (result == ERROR_MORE_DATA) {
+            continue;  // too long for a command; the one that is looked for may follow
+        }
+        if (result != ERROR_SUCCESS) {
             return 0;
         }
         name[kBuffer - 1] = L'\0';
-        if (type == REG_SZ && std::wstring_view(name).find(L"NAME") != std::wstring_view::npos) {
+        if (std::wstring_view(name).find(L"NAME") != std::wstring_view::npos) {
+            if (type != REG_SZ) {
+                return 0;
+            }
             command = TextOfValue(data, std::min<std::size_t>(size, sizeof(data)));
             return 1;
         }

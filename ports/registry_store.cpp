@@ -50,6 +50,7 @@ LONG CRegistryStore::OpenPortsKey() {
     if (const LONG closed = m_portsKey.Close(); closed != ERROR_SUCCESS) {
         Log(LogLevel::kError, L"Unable to close Ports key. (%d)", closed);
     }
+    m_addressTypes.Clear();
     LONG result;
     if (m_access.HasSpoolerRegistry()) {
         result = m_portsKey.Create(m_access, nullptr, kPortsName, KEY_ALL_ACCESS);
@@ -101,6 +102,7 @@ void CRegistryStore::CloseStore() noexcept {
     if (const LONG closed = m_portsKey.Close(); closed != ERROR_SUCCESS) {
         Log(LogLevel::kError, L"Unable to close Ports key. (%d)", closed);
     }
+    m_addressTypes.Clear();
     m_access.SetMonitorInit(nullptr);
     m_access.DeleteLock();
 }

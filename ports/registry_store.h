@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "ports/address_type_cache.h"
 #include "ports/monitor_type.h"
 #include "ports/port_info.h"
 #include "ports/registry_access.h"
@@ -55,8 +56,14 @@ class CRegistryStore : public ILogSettings {
     // Stops at the first port that is tracked by MAC address, whatever its name, or has exactly
     // this name. 0 when none qualifies; the record then holds the last port read.
     int ReadPort(const wchar_t* name, CPortInfo& info);
+    // Whether ReadPort would find a port, without its record. In steady state this costs one
+    // registry call for each subkey up to the port's, and no memory.
+    [[nodiscard]] bool HasPort(const wchar_t* name);
     // Whether a port that is not tracked by MAC address has exactly this `PrinterAddress`.
     [[nodiscard]] bool HasUntrackedPort(const std::wstring& printerAddress);
+    // Whether this name would get the key of another port, one whose name differs from it in case
+    // alone: the registry takes both for the same key.
+    [[nodiscard]] bool IsKeyOfAnotherPort(const std::wstring& name);
     int AddPortKey(const CPortInfo& info);
     int UpdatePortKey(const CPortInfo& info, bool writeAddress);
     int UpdateIpAddress(const CPortInfo& info);
@@ -82,11 +89,21 @@ class CRegistryStore : public ILogSettings {
     int GetNotifierCommand(std::wstring& command);
 
   private:
-    int ReadPortOnce(const wchar_t* name, CPortInfo& info);
+    // Searches the subkeys again when ports were added or deleted while it found none.
+    template <class Find>
+    [[nodiscard]] int FindDespiteChanges(Find find) const;
+    [[nodiscard]] bool HasUntrackedPortOnce(const std::wstring& printerAddress);
+    // The record is null when it is not asked for.
+    int FindPort(const wchar_t* name, CPortInfo* info);
+    int FindPortOnce(const wchar_t* name, CPortInfo* info);
+    // Of an open port key, which is the subkey at the index. A time before the key was opened.
+    [[nodiscard]] std::uint32_t ReadAddressType(const CRegistryKey& key, DWORD index,
+                                                const CSubkey& subkey, std::uint64_t readAt);
+    // Everything of a port but its name and its address type, which the caller has already.
     void LoadValues(const CRegistryKey& key, CPortInfo& info) const;
     void SaveValues(const CRegistryKey& key, const CPortInfo& info, bool writeAddress) const;
     // Opens a port's subkey; logs what cannot be opened.
-    [[nodiscard]] CRegistryKey OpenPort(const std::wstring& name, REGSAM rights);
+    [[nodiscard]] CRegistryKey OpenPort(const wchar_t* name, REGSAM rights);
     [[nodiscard]] std::wstring ReadText(const wchar_t* name, const wchar_t* otherwise) const;
     void EnsureLocalSegment();
 
@@ -94,7 +111,8 @@ class CRegistryStore : public ILogSettings {
     CRegistryKey m_portsKey;
     CRegistryKey m_softwareKey;
     MonitorType m_type = MonitorType::kNone;
-    std::atomic<std::uint32_t> m_subkeyChanges{0};  // ports added and deleted
+    std::atomic<std::uint32_t> m_subkeyChanges{0};  // odd while a port's key comes or goes
+    CAddressTypeCache m_addressTypes;
 };
 
 // The process's store; there for as long as the library is loaded. The port manager opens and

@@ -28,7 +28,7 @@ std::string EncodeBase64(std::string_view bytes) {
             text += index <= group.size() ? kDigits[bits >> (18 - 6 * index) & 0x3F] : kPadding;
         }
         line += 4;
-        if (line == kLine || bytes.empty()) {
+        if (line == kLine && !bytes.empty()) {
             text += "\r\n";
             line = 0;
         }

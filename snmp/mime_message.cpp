@@ -113,8 +113,7 @@ std::string Part(std::string_view type, std::string_view body) {
     std::string part(kDashes);
     part.append(kBoundary).append("\r\nContent-Type: ").append(type);
     part.append("\r\nContent-Transfer-Encoding: base64\r\n\r\n");
-    // The line end before a delimiter belongs to the delimiter, so a body without a line needs one.
-    return part.append(body.empty() ? "\r\n" : EncodeBase64(body));
+    return part.append(EncodeBase64(body)).append("\r\n");
 }
 
 }  // namespace

@@ -112,20 +112,25 @@ void CProbe::Search(CCaller& caller) {
     CUdpSocket& socket = caller.Socket();
     CSearch search(std::move(range.addresses), m_order.settings.access, m_order.mode.timing,
                    RandomId(), Now());
-    for (bool stopped = IsStopped(); !stopped && !search.IsOver();) {
+    while (!IsStopped()) {
         // Answers first: one that came in time counts, also after a callback that took long.
         bool more = true;
         for (int count = 0; count < kMostAtOnce && more && !IsStopped(); ++count) {
             const auto datagram = socket.Receive();
             more = datagram.has_value();
             if (more && datagram->port == m_order.settings.access.port) {
-                search.Receive(datagram->address, datagram->bytes, Now(), caller);
+                search.Receive(datagram->address, datagram->bytes, caller);
             }
         }
         search.Advance(Now(), caller);
+        if (search.IsOver()) {
+            break;
+        }
         const std::uint64_t now = Now();
         const std::uint64_t next = more ? now : search.NextTime();
-        stopped = socket.WaitOr(m_stop.Get(), next > now ? next - now : 0);
+        if (socket.WaitOr(m_stop.Get(), next > now ? next - now : 0)) {
+            break;
+        }
     }
 }
 

@@ -4,6 +4,13 @@
 
 namespace ksp::snmp {
 
+namespace {
+
+// When a device is due that has just answered: there are few of those, and many others wait.
+constexpr std::uint64_t kBeforeOthers = 0;
+
+}  // namespace
+
 CSearch::CSearch(std::vector<Ipv4> addresses, CAgentAccess access, const CTiming& timing,
                  std::uint32_t firstId, std::uint64_t now)
     : m_access(std::move(access)), m_timing(timing), m_nextId(firstId) {
@@ -105,7 +112,7 @@ void CSearch::End(Target& target, IOutput& output) {
     }
 }
 
-void CSearch::Receive(Ipv4 address, ByteView datagram, std::uint64_t now, IOutput& output) {
+void CSearch::Receive(Ipv4 address, ByteView datagram, IOutput& output) {
     const auto found = m_byAddress.find(address);
     if (found == m_byAddress.end()) {
         return;
@@ -123,7 +130,7 @@ void CSearch::Receive(Ipv4 address, ByteView datagram, std::uint64_t now, IOutpu
     }
     target.query->Take(*answer);
     if (NextQuestion(target, target.exchange->Versions())) {
-        Schedule(found->second, now);
+        Schedule(found->second, kBeforeOthers);
     } else {
         End(target, output);
     }

@@ -39,7 +39,7 @@ class CSearch {
             std::uint32_t firstId, std::uint64_t now);
 
     // Works on a datagram that came from the agent's port of that address.
-    void Receive(Ipv4 address, ByteView datagram, std::uint64_t now, IOutput& output);
+    void Receive(Ipv4 address, ByteView datagram, IOutput& output);
     // Sends what is due and gives up those whose time is over.
     void Advance(std::uint64_t now, IOutput& output);
 

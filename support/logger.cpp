@@ -66,8 +66,12 @@ bool CLogger::Start(ILogSettings& settings) noexcept {
     bool started = false;
     try {
         const CAutoLogCritSec guard(&m_lock);
-        ApplySettings(settings);
+        m_directory = settings.GetLogDirectory();
+        m_fileName = settings.GetLogFileName();
         started = CreateLogDirectory();
+        if (started) {
+            ApplySettings(settings);
+        }
     } catch (...) {
         started = false;
     }
@@ -97,8 +101,6 @@ void CLogger::Stop() noexcept {
 }
 
 void CLogger::ApplySettings(ILogSettings& settings) {
-    m_directory = settings.GetLogDirectory();
-    m_fileName = settings.GetLogFileName();
     const std::uint32_t level = settings.ReadSetting(L"LogLevel").value_or(kLoggingOff);
     m_minimumLevel = level >= 1 && level <= kLoggingOff ? level : kLoggingOff;
     m_backupIndex = settings.ReadSetting(L"LogFileIndex").value_or(0);

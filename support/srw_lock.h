@@ -31,23 +31,4 @@ class CSharedLock {
     SRWLOCK& m_lock;
 };
 
-// Holds the lock only if nobody else did.
-class CTryExclusiveLock {
-  public:
-    explicit CTryExclusiveLock(SRWLOCK& lock) noexcept
-        : m_lock(::TryAcquireSRWLockExclusive(&lock) != FALSE ? &lock : nullptr) {}
-    ~CTryExclusiveLock() {
-        if (m_lock != nullptr) {
-            ::ReleaseSRWLockExclusive(m_lock);
-        }
-    }
-    CTryExclusiveLock(const CTryExclusiveLock&) = delete;
-    CTryExclusiveLock& operator=(const CTryExclusiveLock&) = delete;
-
-    [[nodiscard]] bool IsHeld() const noexcept { return m_lock != nullptr; }
-
-  private:
-    SRWLOCK* m_lock;
-};
-
 }  // namespace ksp

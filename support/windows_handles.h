@@ -26,4 +26,13 @@ struct FileHandleTraits {
 // Files: CreateFile answers a failure with INVALID_HANDLE_VALUE, not with null.
 using UniqueFile = UniqueResource<FileHandleTraits>;
 
+struct RegistryKeyTraits {
+    using Type = HKEY;
+    static Type None() noexcept { return nullptr; }
+    static void Close(Type key) noexcept { ::RegCloseKey(key); }
+};
+
+// Registry keys that were opened with the Windows functions themselves.
+using UniqueRegistryKey = UniqueResource<RegistryKeyTraits>;
+
 }  // namespace ksp

@@ -23,7 +23,6 @@ class LookedUpExports {
 
   private:
     static FARPROC WINAPI Note(HMODULE module, LPCSTR name);
-    void Point(ULONG_PTR target);
 
     static LookedUpExports* listener_;
     ULONG_PTR* slot_ = nullptr;

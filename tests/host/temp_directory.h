@@ -1,23 +1,9 @@
 #pragma once
 
-#include <string>
+#include "tools/host/temp_directory.h"
 
 namespace ksp::test {
 
-// A directory of its own under the user's temporary directory, removed with everything in it.
-class TempDirectory {
-  public:
-    TempDirectory();
-    ~TempDirectory();
-    TempDirectory(const TempDirectory&) = delete;
-    TempDirectory& operator=(const TempDirectory&) = delete;
-
-    // Without a trailing backslash.
-    [[nodiscard]] const std::wstring& path() const { return path_; }
-    [[nodiscard]] std::wstring File(const std::wstring& name) const { return path_ + L"\\" + name; }
-
-  private:
-    std::wstring path_;
-};
+using host::TempDirectory;
 
 }  // namespace ksp::test

@@ -17,6 +17,9 @@ constexpr const char* kFunctionNames[] = {
     "GetPrinterDriver",
     "ImpersonatePrinterClient",
     "RevertToPrinterSelf",
+    "XcvData",
+    "AddMonitor",
+    "DeleteMonitor",
 };
 static_assert(std::size(kFunctionNames) == WinspoolFunctionCount);
 
@@ -153,6 +156,29 @@ void WinspoolControl::PutPort(const std::wstring& name, const std::wstring& moni
 
 bool WinspoolControl::RemovePort(const std::wstring& name) {
     return table_->RemovePort(name.c_str()) != FALSE;
+}
+
+void WinspoolControl::PutMonitor(const std::wstring& name, const std::wstring& library) {
+    table_->PutMonitor(name.c_str(), library.c_str());
+}
+
+std::optional<std::wstring> WinspoolControl::MonitorLibrary(const std::wstring& name) const {
+    wchar_t library[WINSPOOL_CALL_TEXT] = {};
+    return table_->GetMonitorLibrary(name.c_str(), library) != FALSE
+               ? std::optional<std::wstring>(library)
+               : std::nullopt;
+}
+
+void WinspoolControl::SetXcvHandler(XcvFunction handler) {
+    xcv_handler_ = std::move(handler);
+    table_->SetXcvHandler(xcv_handler_ ? RunXcvHandler : nullptr, &xcv_handler_);
+}
+
+DWORD WinspoolControl::RunXcvHandler(void* context, const wchar_t* object, const wchar_t* command,
+                                     BYTE* input, DWORD input_size, BYTE* output, DWORD output_size,
+                                     DWORD* needed) {
+    const auto& handler = *static_cast<const XcvFunction*>(context);
+    return handler(object, command, {input, input_size}, {output, output_size}, needed);
 }
 
 std::vector<WinspoolCall> WinspoolControl::Calls() const {

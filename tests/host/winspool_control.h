@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,15 @@ class WinspoolControl {
     void PutPort(const std::wstring& name, const std::wstring& monitor = L"Other Port");
     bool RemovePort(const std::wstring& name);
 
+    // What a monitor answers to the commands of a configuration channel; see SetXcvHandler.
+    using XcvFunction =
+        std::function<DWORD(const std::wstring& object, const wchar_t* command,
+                            std::span<BYTE> input, std::span<BYTE> output, DWORD* needed)>;
+    void PutMonitor(const std::wstring& name, const std::wstring& library = L"monitor.dll");
+    [[nodiscard]] std::optional<std::wstring> MonitorLibrary(const std::wstring& name) const;
+    // An empty handler takes it away. Set it while no command is under way.
+    void SetXcvHandler(XcvFunction handler);
+
     [[nodiscard]] std::vector<WinspoolCall> Calls() const;
     [[nodiscard]] std::vector<WinspoolCall> Calls(WinspoolFunction function) const;
     void ClearCalls();
@@ -70,12 +80,16 @@ class WinspoolControl {
     [[nodiscard]] std::vector<WinspoolHandle> OpenHandles() const;
 
   private:
+    static DWORD CALLBACK RunXcvHandler(void* context, const wchar_t* object,
+                                        const wchar_t* command, BYTE* input, DWORD input_size,
+                                        BYTE* output, DWORD output_size, DWORD* needed);
     static void CALLBACK RunHook(void* context, WinspoolFunction function);
     void AddFault(WinspoolFunction function, WinspoolFaultKind kind, DWORD error, DWORD nth,
                   bool and_later);
 
     const WinspoolControlTable* table_ = nullptr;
     std::array<HookFunction, WinspoolFunctionCount> hooks_;
+    XcvFunction xcv_handler_;
 };
 
 // A call on one line, for messages: "SetPrinter 'Printer' level 0 command 4 status 0x80 -> TRUE".

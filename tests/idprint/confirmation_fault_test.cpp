@@ -4,7 +4,7 @@
 #include <winsock2.h>
 
 #include "net/ip_address.h"
-#include "tests/lpr/patched_import.h"
+#include "tests/host/patched_import.h"
 #include "tests/net/net_test.h"
 
 namespace ksp::test {

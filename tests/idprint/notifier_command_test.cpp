@@ -6,7 +6,7 @@
 
 #include "monitor/confirmation_print.h"
 #include "monitor/notifier_command.h"
-#include "tests/lpr/patched_import.h"
+#include "tests/host/patched_import.h"
 #include "tests/net/net_test.h"
 
 namespace ksp::test {

@@ -18,21 +18,11 @@ class PortUsageTest : public PortCallTest {
         spooler().PutPrinter({.name = L"Printer", .port_names = ports});
         NewLines();
     }
-    DWORD Delete(std::wstring port) {
-        HANDLE xcv = nullptr;
-        EXPECT_TRUE(table().pfnXcvOpenPort(monitor(), nullptr, SERVER_ACCESS_ADMINISTER, &xcv));
-        DWORD needed = 0;
-        const DWORD code = table().pfnXcvDataPort(
-            xcv, L"DeletePort", reinterpret_cast<PBYTE>(port.data()),
-            static_cast<DWORD>((port.size() + 1) * sizeof(wchar_t)), nullptr, 0, &needed);
-        EXPECT_TRUE(table().pfnXcvClosePort(xcv));
-        return code;
-    }
 };
 
 TEST_F(PortUsageTest, APrintersPortStays) {
     StartWithPrinterOn(L"A");
-    EXPECT_EQ(Delete(L"A"), static_cast<DWORD>(ERROR_NOT_READY));
+    EXPECT_EQ(DeletePort(L"A"), static_cast<DWORD>(ERROR_NOT_READY));
     EXPECT_THAT(NewLines(), Contains("INFO port associated with a printer"));
     EXPECT_TRUE(store().HasKey(root(), PortPath(L"A")));
     EXPECT_NE(Open(L"A"), nullptr);
@@ -40,7 +30,7 @@ TEST_F(PortUsageTest, APrintersPortStays) {
 
 TEST_F(PortUsageTest, APortOfAPooledPrinterGoes) {
     StartWithPrinterOn(L"A,B");
-    EXPECT_EQ(Delete(L"A"), static_cast<DWORD>(ERROR_SUCCESS));
+    EXPECT_EQ(DeletePort(L"A"), static_cast<DWORD>(ERROR_SUCCESS));
     EXPECT_THAT(NewLines(), Not(Contains("INFO port associated with a printer")));
     EXPECT_FALSE(store().HasKey(root(), PortPath(L"A")));
     EXPECT_EQ(Open(L"A"), nullptr);
@@ -50,7 +40,7 @@ TEST_F(PortUsageTest, APortOfAPooledPrinterGoes) {
 TEST_F(PortUsageTest, APortGoesWhenThePrintersCannotBeListed) {
     StartWithPrinterOn(L"A");
     spooler().FailCallsFrom(WinspoolEnumPrinters, ERROR_ACCESS_DENIED);
-    EXPECT_EQ(Delete(L"A"), static_cast<DWORD>(ERROR_SUCCESS));
+    EXPECT_EQ(DeletePort(L"A"), static_cast<DWORD>(ERROR_SUCCESS));
     EXPECT_THAT(NewLines(), Contains("ERROR error in 1st enumprinters = 5"));
     EXPECT_FALSE(store().HasKey(root(), PortPath(L"A")));
 }

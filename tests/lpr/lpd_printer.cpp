@@ -187,7 +187,6 @@ class LpdPrinter::Conversation {
 
     // The connection's next bytes; false at its end.
     bool Fill() {
-        buffer_.resize(printer_.behavior_.read_size);
         position_ = 0;
         for (;;) {
             if (!printer_.reading_ && !printer_.behavior_.reads) {
@@ -202,6 +201,8 @@ class LpdPrinter::Conversation {
             if (!WaitUntilReady(socket_, Readiness::kReadable, kHeartbeat)) {
                 continue;
             }
+            buffer_.resize(printer_.hurrying_ ? LpdBehavior().read_size
+                                              : printer_.behavior_.read_size);
             const int count =
                 recv(socket_.get(), buffer_.data(), static_cast<int>(buffer_.size()), 0);
             if (count == 0) {
@@ -215,7 +216,7 @@ class LpdPrinter::Conversation {
             }
             buffer_.resize(static_cast<size_t>(count));
             Note([&](LpdConnection& seen) { seen.bytes += buffer_; });
-            if (printer_.behavior_.read_pause > 0) {
+            if (printer_.behavior_.read_pause > 0 && !printer_.hurrying_) {
                 Sleep(static_cast<DWORD>(printer_.behavior_.read_pause));
             }
             return true;

@@ -93,6 +93,8 @@ class LpdPrinter {
     // How the steps are answered from now on.
     void SetAnswers(std::map<LpdStep, LpdAnswer> answers);
     void StartReading() { reading_ = true; }
+    // Reads without rest from now on, and as much as there is.
+    void Hurry() { hurrying_ = true; }
 
     // False when it has not come true in time.
     [[nodiscard]] bool WaitForConnections(size_t count);
@@ -120,6 +122,7 @@ class LpdPrinter {
 
     std::atomic<bool> released_ = false;
     std::atomic<bool> reading_;
+    std::atomic<bool> hurrying_ = false;
     std::atomic<bool> stopping_ = false;
 
     mutable std::mutex mutex_;

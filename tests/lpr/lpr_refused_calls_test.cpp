@@ -3,8 +3,8 @@
 
 #include <lmcons.h>
 
+#include "tests/host/patched_import.h"
 #include "tests/lpr/lpr_channel_test.h"
-#include "tests/lpr/patched_import.h"
 
 namespace ksp::test {
 namespace {

@@ -1,6 +1,6 @@
 // The states of an XLPR job, one by one.
 
-#include "tests/lpr/patched_import.h"
+#include "tests/host/patched_import.h"
 #include "tests/lpr/xlpr_channel_test.h"
 #include "tests/standins/loopback_printer.h"
 

@@ -83,6 +83,17 @@ bool PortCallTest::WriteAll(HANDLE port, const Bytes& data, size_t chunk) {
     return true;
 }
 
+DWORD PortCallTest::DeletePort(std::wstring name) {
+    HANDLE xcv = nullptr;
+    EXPECT_TRUE(table().pfnXcvOpenPort(monitor(), nullptr, SERVER_ACCESS_ADMINISTER, &xcv));
+    DWORD needed = 0;
+    const DWORD code = table().pfnXcvDataPort(
+        xcv, L"DeletePort", reinterpret_cast<PBYTE>(name.data()),
+        static_cast<DWORD>((name.size() + 1) * sizeof(wchar_t)), nullptr, 0, &needed);
+    EXPECT_TRUE(table().pfnXcvClosePort(xcv));
+    return code;
+}
+
 std::vector<std::string> PortCallTest::NewCalls() {
     std::vector<std::string> calls = Describe(spooler().Calls());
     spooler().ClearCalls();

@@ -59,6 +59,9 @@ class PortCallTest : public MonitorTest {
     // Writes until everything is taken; false when the monitor refuses twenty times in a row.
     bool WriteAll(HANDLE port, const Bytes& data, size_t chunk = 64 * 1024);
 
+    // The Xcv command; its code.
+    DWORD DeletePort(std::wstring name);
+
     // Log lines since the last call of this function.
     std::vector<std::string> NewLines() { return lines_.Next(); }
     std::vector<std::string> LogNow() const { return AllLines(log_path()); }

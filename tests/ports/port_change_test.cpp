@@ -253,6 +253,29 @@ TEST_F(PortChangeTest, DeletionDuringAWriteDoesNotWaitForThePrinter) {
     EXPECT_THAT(spooler_.OpenHandles(), IsEmpty());
 }
 
+TEST_F(PortChangeTest, DeletionBetweenTwoWritesDoesNotWaitForASleepingPrinter) {
+    standins::LoopbackPrinter printer({.reads = false, .receive_buffer = 4096});
+    ASSERT_TRUE(printer.ready());
+    AddRawKey(L"PORT", printer.wide_address());
+    ASSERT_TRUE(Initialize());
+    const HANDLE handle = StartJob(L"PORT");
+    const Bytes data = Document(1 << 20);
+    DWORD written = 0;
+    for (int write = 0; write < 1000; ++write) {
+        if (!operations().WritePort(handle, data.data(), static_cast<DWORD>(data.size()), &written))
+            break;
+    }
+    ASSERT_EQ(written, 0u) << "the printer never fell asleep";
+    // The printer reads only after this; a connection that lingers would outlast the gate's
+    // patience.
+    Background<bool> deletion([&] { return manager().DeletePort(L"PORT"); });
+    EXPECT_TRUE(deletion.EndsWithin(Gate::kPatience));
+    printer.StartReading();
+    EXPECT_TRUE(deletion.Get());
+    EXPECT_THAT(PortNames(), IsEmpty());
+    EXPECT_TRUE(printer.WaitForEndings(1));
+}
+
 TEST_F(PortChangeTest, DeletionDuringAWriteToASleepingPrinterEndsTheConnection) {
     standins::LoopbackPrinter printer({.reads = false, .receive_buffer = 4096});
     ASSERT_TRUE(printer.ready());

@@ -100,6 +100,31 @@ TEST_F(PortConcurrencyTest, JobsArriveWholeWhileThePortListChanges) {
     EXPECT_EQ(spooler_.OpenHandles().size(), 0U);
 }
 
+// Opening and closing a port look at its channel for a moment; that is no job on it.
+TEST_F(PortConcurrencyTest, PortThatIsOpenedAndClosedCanBeConfigured) {
+    constexpr int kRounds = 300;
+    AddRawKey(L"PORT");
+    ASSERT_TRUE(Initialize());
+    std::atomic<bool> ended{false};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 2; ++thread) {
+        threads.emplace_back([&] {
+            HANDLE handle = nullptr;
+            for (int round = 0; round < 100 * kRounds && !ended; ++round) {
+                if (operations().OpenPort(L"PORT", &handle))
+                    static_cast<void>(operations().ClosePort(handle));
+            }
+        });
+    }
+    int refused = 0;
+    for (int round = 0; round < kRounds; ++round)
+        refused += manager().ConfigurePort(Raw(L"PORT", L"127.0.0.2"), false) ? 0 : 1;
+    ended = true;
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(refused, 0);
+}
+
 TEST_F(PortConcurrencyTest, PortsAreDeletedUnderTheirJobs) {
     constexpr int kRounds = 40;
     standins::LoopbackPrinter printer;

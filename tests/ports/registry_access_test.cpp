@@ -1,6 +1,7 @@
 // The locked access layer, over a spooler that brings its own registry functions.
 
 #include "ports/registry_access.h"
+#include "ports/registry_key.h"
 
 #include <gmock/gmock.h>
 
@@ -44,7 +45,7 @@ TEST_F(RegistryAccessTest, NullKeyIsAnInvalidHandleWithoutACall) {
     EXPECT_EQ(access_.OpenKey(nullptr, L"x", KEY_READ, &key), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.CloseKey(nullptr), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.DeleteKey(nullptr, L"x"), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(access_.EnumKey(nullptr, 0, name, &number), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(access_.EnumKey(nullptr, 0, name, &number, nullptr), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.QueryValueCount(nullptr, &number), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.SetValue(nullptr, L"x", REG_SZ, "", 0), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.EnumValue(nullptr, 0, name, &number, nullptr, nullptr, nullptr),
@@ -93,8 +94,10 @@ TEST_F(RegistryAccessTest, CarriesEveryOperationOut) {
 
     CreateKey(key, L"sub");
     length = 16;
-    EXPECT_EQ(access_.EnumKey(key, 0, name, &length), ERROR_SUCCESS);
+    FILETIME changed{};
+    EXPECT_EQ(access_.EnumKey(key, 0, name, &length, &changed), ERROR_SUCCESS);
     EXPECT_EQ(std::wstring(name, length), L"sub");
+    EXPECT_EQ(NumberOf(changed), NumberOf(memory_.LastWriteTime(memory_.Root(), L"Ports\\sub")));
     EXPECT_EQ(access_.DeleteKey(key, L"sub"), ERROR_SUCCESS);
     EXPECT_FALSE(memory_.HasKey(memory_.Root(), L"Ports\\sub"));
 
@@ -129,7 +132,7 @@ TEST_F(RegistryAccessTest, ReturnsTheCodeOfTheCall) {
     EXPECT_EQ(access_.OpenKey(key, L"x", KEY_READ, &other), kCode);
     EXPECT_EQ(access_.CloseKey(key), kCode);
     EXPECT_EQ(access_.DeleteKey(key, L"x"), kCode);
-    EXPECT_EQ(access_.EnumKey(key, 0, name, &number), kCode);
+    EXPECT_EQ(access_.EnumKey(key, 0, name, &number, nullptr), kCode);
     EXPECT_EQ(access_.QueryValueCount(key, &number), kCode);
     EXPECT_EQ(access_.SetValue(key, L"x", REG_SZ, "", 0), kCode);
     EXPECT_EQ(access_.EnumValue(key, 0, name, &number, nullptr, nullptr, nullptr), kCode);

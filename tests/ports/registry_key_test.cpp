@@ -31,6 +31,11 @@ class RegistryKeyTest : public ::testing::Test {
     void Store(DWORD type, std::vector<BYTE> bytes) {
         memory_.SetBytes(HKEY_LOCAL_MACHINE, kPath, L"number", type, std::move(bytes));
     }
+    static std::optional<std::wstring> SubkeyName(const CRegistryKey& key, DWORD index) {
+        CSubkey subkey;
+        return key.ReadSubkey(index, subkey) ? std::optional<std::wstring>(subkey.name)
+                                             : std::nullopt;
+    }
     [[nodiscard]] std::size_t OpenKeys() const { return memory_.OpenKeyCount(); }
 
     host::MemoryRegistry memory_;
@@ -139,28 +144,36 @@ TEST_F(RegistryKeyTest, NamesItsSubkeysUpToTheEnd) {
     memory_.MakeKey(HKEY_LOCAL_MACHINE, L"key\\a");
     memory_.MakeKey(HKEY_LOCAL_MACHINE, L"key\\" + longest);
     const CRegistryKey key = Opened();
-    EXPECT_EQ(key.SubkeyName(0), L"a");
-    EXPECT_EQ(key.SubkeyName(1), L"b");
-    EXPECT_EQ(key.SubkeyName(2), longest);
-    EXPECT_EQ(key.SubkeyName(3), std::nullopt);
-    EXPECT_EQ(CRegistryKey().SubkeyName(0), std::nullopt);
+    EXPECT_EQ(SubkeyName(key, 0), L"a");
+    EXPECT_EQ(SubkeyName(key, 1), L"b");
+    EXPECT_EQ(SubkeyName(key, 2), longest);
+    EXPECT_EQ(SubkeyName(key, 3), std::nullopt);
+    EXPECT_EQ(SubkeyName(CRegistryKey(), 0), std::nullopt);
 }
 
 TEST_F(RegistryKeyTest, TakesSubkeyNamesOfUpTo260Characters) {
     const std::wstring fits(260, L'f');
     memory_.MakeKey(HKEY_LOCAL_MACHINE, L"key\\" + fits);
-    EXPECT_EQ(Opened().SubkeyName(0), fits);
+    EXPECT_EQ(SubkeyName(Opened(), 0), fits);
     memory_.RemoveKey(HKEY_LOCAL_MACHINE, L"key\\" + fits);
     memory_.MakeKey(HKEY_LOCAL_MACHINE, L"key\\" + fits + L"f");
-    EXPECT_EQ(Opened().SubkeyName(0), std::nullopt);
+    EXPECT_EQ(SubkeyName(Opened(), 0), std::nullopt);
 }
 
 TEST_F(RegistryKeyTest, NamesNoSubkeyAtAnyFailure) {
     memory_.MakeKey(HKEY_LOCAL_MACHINE, L"key\\a");
     for (const LONG code : {ERROR_ACCESS_DENIED, ERROR_MORE_DATA, ERROR_INVALID_HANDLE}) {
         registry_.AddFault({.operation = RegistryOperation::kEnumKey, .code = code});
-        EXPECT_EQ(Opened().SubkeyName(0), std::nullopt) << code;
+        EXPECT_EQ(SubkeyName(Opened(), 0), std::nullopt) << code;
     }
+}
+
+TEST_F(RegistryKeyTest, TellsWhenASubkeyWasChangedLast) {
+    memory_.MakeKey(HKEY_LOCAL_MACHINE, L"key\\a");
+    memory_.SetLastWriteTime(HKEY_LOCAL_MACHINE, L"key\\a", {5, 1});
+    CSubkey subkey;
+    ASSERT_TRUE(Opened().ReadSubkey(0, subkey));
+    EXPECT_EQ(subkey.lastWrite, 0x1'0000'0005U);
 }
 
 TEST_F(RegistryKeyTest, WritesADwordOfFourBytes) {

@@ -52,6 +52,29 @@ TEST_F(RegistryReadPortTest, StopsAtATrackedPortWhateverItsName) {
     EXPECT_EQ(info_.PrinterAddress, L"address of b");
 }
 
+TEST_F(RegistryReadPortTest, KeyOfAnotherCaseIsAnotherPorts) {
+    AddPort(L"a", 1);
+    AddPort(L"Port", 1);
+    AddPort(L"\xD6port", 1);
+    for (const wchar_t* name : {L"PORT", L"port", L"A", L"\xF6PORT"}) {
+        EXPECT_TRUE(store_.IsKeyOfAnotherPort(name)) << name;
+    }
+    for (const wchar_t* name : {L"Port", L"a", L"Port ", L"Por", L"b"}) {
+        EXPECT_FALSE(store_.IsKeyOfAnotherPort(name)) << name;
+    }
+    EXPECT_THAT(Lines(), IsEmpty());
+    EXPECT_THAT(registry_.OpenKeys(), SizeIs(2)) << "every port's key is closed again";
+}
+
+TEST_F(RegistryReadPortTest, KeysThatCannotBeReadAreNobodys) {
+    AddPort(L"Port", 1);
+    registry_.AddFault({.operation = RegistryOperation::kEnumKey});
+    EXPECT_FALSE(store_.IsKeyOfAnotherPort(L"PORT"));
+    registry_.AddFault({.operation = RegistryOperation::kOpenKey});
+    EXPECT_FALSE(store_.IsKeyOfAnotherPort(L"PORT"));
+    EXPECT_TRUE(store_.IsKeyOfAnotherPort(L"PORT"));
+}
+
 TEST_F(RegistryReadPortTest, StopsAtTheNameBeforeALaterTrackedPort) {
     AddPort(L"a", 1);
     AddPort(L"b", 4);

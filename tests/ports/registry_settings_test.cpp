@@ -156,22 +156,24 @@ TEST_F(RegistryNotifierTest, CommandOfTheWholeBufferNeedsNoTerminator) {
     EXPECT_EQ(command_, L"C:\\notify.exe");
 }
 
-TEST_F(RegistryNotifierTest, EndsAtAnyFailureOfTheEnumeration) {
-    SetValue(L"A", std::wstring(262, L'x'));  // more than the buffer holds
+TEST_F(RegistryNotifierTest, IsFoundBehindAValueTooLongForTheBuffer) {
+    SetValue(L"A", std::wstring(262, L'x'));
     SetValue(L"NAME", L"C:\\notify.exe");
-    EXPECT_EQ(Notifier(), 0);
-    SetValue(L"A", L"");
     EXPECT_EQ(Notifier(), 1);
+    EXPECT_EQ(command_, L"C:\\notify.exe");
+}
+
+TEST_F(RegistryNotifierTest, IsNoneWhenTheEnumerationFails) {
+    SetValue(L"NAME", L"C:\\notify.exe");
     registry_.AddFault({.operation = RegistryOperation::kEnumValue, .code = 5, .and_later = true});
     EXPECT_EQ(Notifier(), 0);
 }
 
-TEST_F(RegistryNotifierTest, ValueOfAnotherTypeIsPassedOver) {
+TEST_F(RegistryNotifierTest, IsNoneWhenTheFirstSuchValueIsNoText) {
     memory_.SetDword(HKEY_LOCAL_MACHINE, kNotifier, L"NAME", 1);
-    EXPECT_EQ(Notifier(), 0);
     SetValue(L"NAME2", L"C:\\notify.exe");
-    EXPECT_EQ(Notifier(), 1);
-    EXPECT_EQ(command_, L"C:\\notify.exe");
+    EXPECT_EQ(Notifier(), 0);
+    EXPECT_EQ(command_, L"");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ports/registry_access.h"
+#include "ports/registry_key.h"
 #include "ports/registry_store.h"
 #include "tests/support/log_setup.h"
 #include "tests/support/spooler_start.h"
@@ -45,7 +46,7 @@ TEST_F(WindowsRegistryAccessTest, NullKeyIsAnInvalidHandleForEveryOperation) {
     EXPECT_EQ(access_.OpenKey(nullptr, L"x", KEY_READ, &key), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.CloseKey(nullptr), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.DeleteKey(nullptr, L"x"), ERROR_INVALID_HANDLE);
-    EXPECT_EQ(access_.EnumKey(nullptr, 0, name, &number), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(access_.EnumKey(nullptr, 0, name, &number, nullptr), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.QueryValueCount(nullptr, &number), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.SetValue(nullptr, L"x", REG_SZ, "", 0), ERROR_INVALID_HANDLE);
     EXPECT_EQ(access_.EnumValue(nullptr, 0, name, &number, nullptr, nullptr, nullptr),
@@ -78,12 +79,14 @@ TEST_F(WindowsRegistryAccessTest, CarriesEveryOperationOut) {
     ASSERT_EQ(access_.CreateKey(key_, L"sub", KEY_READ, &sub), ERROR_SUCCESS);
     EXPECT_EQ(access_.CloseKey(sub), ERROR_SUCCESS);
     length = 16;
-    EXPECT_EQ(access_.EnumKey(key_, 0, name, &length), ERROR_SUCCESS);
+    FILETIME changed{};
+    EXPECT_EQ(access_.EnumKey(key_, 0, name, &length, &changed), ERROR_SUCCESS);
     EXPECT_EQ(std::wstring(name, length), L"sub");
+    EXPECT_NE(NumberOf(changed), 0U);
     EXPECT_EQ(access_.OpenKey(key_, L"sub", KEY_READ, &sub), ERROR_SUCCESS);
     EXPECT_EQ(access_.CloseKey(sub), ERROR_SUCCESS);
     EXPECT_EQ(access_.DeleteKey(key_, L"sub"), ERROR_SUCCESS);
-    EXPECT_EQ(access_.EnumKey(key_, 0, name, &length), ERROR_NO_MORE_ITEMS);
+    EXPECT_EQ(access_.EnumKey(key_, 0, name, &length, nullptr), ERROR_NO_MORE_ITEMS);
     EXPECT_EQ(access_.OpenKey(key_, L"sub", KEY_READ, &sub), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(access_.QueryValue(key_, L"missing", &type, data, &size), ERROR_FILE_NOT_FOUND);
 }

@@ -174,8 +174,9 @@ PrinterConnection::Ending LoopbackPrinter::Converse(const Socket& socket, size_t
             Sleep(kHeartbeat);
             continue;
         }
-        const size_t left = limit ? *limit - received.size() : behavior_.read_size;
-        std::vector<char> buffer(std::min(behavior_.read_size, left));
+        const size_t most = hurrying_ ? PrinterBehavior().read_size : behavior_.read_size;
+        const size_t left = limit ? *limit - received.size() : most;
+        std::vector<char> buffer(std::min(most, left));
         switch (ReadSome(socket, &buffer)) {
             case ReadResult::kNothing:
                 continue;
@@ -193,7 +194,7 @@ PrinterConnection::Ending LoopbackPrinter::Converse(const Socket& socket, size_t
         if (behavior_.responder) {
             SendSome(socket, behavior_.responder(received));
         }
-        if (behavior_.read_pause > 0) {
+        if (behavior_.read_pause > 0 && !hurrying_) {
             Sleep(static_cast<DWORD>(behavior_.read_pause));
         }
     }

@@ -79,6 +79,8 @@ class LoopbackPrinter {
     // Lets a printer that never answered take its pending connections and those to come.
     void StartAnswering() { answering_ = true; }
     void StartReading() { reading_ = true; }
+    // Reads without rest from now on, and as much as there is.
+    void Hurry() { hurrying_ = true; }
     // Ends every open connection from the printer's side; the printer goes on accepting.
     void HangUp() { ++hang_ups_; }
 
@@ -114,6 +116,7 @@ class LoopbackPrinter {
 
     std::atomic<bool> answering_;
     std::atomic<bool> reading_;
+    std::atomic<bool> hurrying_ = false;
     std::atomic<unsigned> hang_ups_ = 0;
     std::atomic<bool> stopping_ = false;
 

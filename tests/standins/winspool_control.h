@@ -23,7 +23,7 @@
 extern "C" {
 #endif
 
-#define WINSPOOL_CONTROL_VERSION 1
+#define WINSPOOL_CONTROL_VERSION 2
 #define WINSPOOL_CONTROL_EXPORT "WinspoolStandinControl"
 #define WINSPOOL_CALL_TEXT 256
 
@@ -39,6 +39,9 @@ typedef enum WinspoolFunction {
     WinspoolGetPrinterDriver,
     WinspoolImpersonatePrinterClient,
     WinspoolRevertToPrinterSelf,
+    WinspoolXcvData,
+    WinspoolAddMonitor,
+    WinspoolDeleteMonitor,
     WinspoolFunctionCount
 } WinspoolFunction;
 
@@ -64,7 +67,8 @@ typedef struct WinspoolCall {
     DWORD buffer_size;  /* bytes that the caller offered */
     BOOL result;
     DWORD error;                         /* last error of a call that failed, else 0 */
-    wchar_t printer[WINSPOOL_CALL_TEXT]; /* name behind the handle, or asked for; cut to fit */
+    wchar_t printer[WINSPOOL_CALL_TEXT]; /* name behind the handle, or asked for; the server of
+                                            EnumPorts, AddMonitor, DeleteMonitor; cut to fit */
 } WinspoolCall;
 
 /* A printer handle that is open. */
@@ -92,11 +96,17 @@ typedef struct WinspoolFault {
  * may call back into the monitor, change the stand-in or wait. */
 typedef void(CALLBACK* WinspoolHook)(void* context, WinspoolFunction function);
 
+/* What a monitor answers to a command of the configuration channel, as MONITOR2's XcvDataPort does.
+ * `object` is the name that the channel was opened with. Called outside every lock. */
+typedef DWORD(CALLBACK* WinspoolXcvHandler)(void* context, const wchar_t* object,
+                                            const wchar_t* command, BYTE* input, DWORD input_size,
+                                            BYTE* output, DWORD output_size, DWORD* needed);
+
 typedef struct WinspoolControlTable {
     DWORD size;    /* of this structure, in bytes */
     DWORD version; /* WINSPOOL_CONTROL_VERSION */
 
-    /* Forgets printers, jobs, ports, handles, journal, faults and hooks. */
+    /* Forgets printers, jobs, ports, monitors, handles, journal, faults and hooks. */
     void(WINAPI* Reset)(void);
 
     /* Adds a printer, or replaces the one of that name and keeps its jobs. */
@@ -115,6 +125,14 @@ typedef struct WinspoolControlTable {
     /* Adds a port of this computer, as EnumPorts tells it, or replaces the one of that name. */
     void(WINAPI* PutPort)(const PORT_INFO_2W* port);
     BOOL(WINAPI* RemovePort)(const wchar_t* name);
+
+    /* Adds a monitor, as AddMonitor does. A configuration channel can be opened to a monitor that
+     * was added, and to a port whose monitor was. */
+    void(WINAPI* PutMonitor)(const wchar_t* name, const wchar_t* library);
+    /* The library that a monitor was added with; FALSE when there is no such monitor. */
+    BOOL(WINAPI* GetMonitorLibrary)(const wchar_t* name, wchar_t library[WINSPOOL_CALL_TEXT]);
+    /* For the commands of every channel; without one they fail with ERROR_NOT_SUPPORTED. */
+    void(WINAPI* SetXcvHandler)(WinspoolXcvHandler handler, void* context);
 
     DWORD(WINAPI* CallCount)(void);
     BOOL(WINAPI* GetCall)(DWORD index, WinspoolCall* call);

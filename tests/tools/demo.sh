@@ -37,13 +37,23 @@ expect_no_line() {
     ! grep -Eq -- "$1" <<<"$output" || fail "$case_name: a line matches: $1"
 }
 
+# The troubles of the printer that the demo plays, as they reach the spooler.
+expect_troubles() {
+    expect_line '^  1\.  0x00000010  paper out$'
+    expect_line '^  2\.  0x00400000  door open$'
+    expect_line '^  3\.  0x00000000  ready$'
+    expect_no_line '^  4\.  0x'
+}
+
 run "sample document" 0
 expect_line '^  compared +identical$'
 expect_line '^OK: [0-9,]+ bytes sent, identical bytes received\.$'
 expect_line '^  connections +1$'
 expect_line ' 100 %  ([0-9,]+) of \1 bytes$'
-expect_line '^  1\.  0x00800000  server unknown$'
-expect_line '^  2\.  0x00000000  ready$'
+expect_troubles
+expect_line 's  printer status 0x00000010  paper out$'
+expect_line '^  SetPrinter +status 0x00400000  door open$'
+expect_line '\] ERROR    Print State = 1 , ErrorState = 0x10$'
 expect_line '^  SetJob +job 1, sent to the printer$'
 expect_line '^  ProtocolID +REG_DWORD +2$'
 expect_line '^  PrinterAddress +REG_SZ +"127\.'
@@ -57,17 +67,25 @@ for byte in {0..255}; do
 done >"$work/$file"
 digest=$(sha256sum <"$work/$file")
 digest=${digest%% *}
-run "a file" 0 --protocol raw "$file"
+run "a file to a printer that moved" 0 --move --protocol raw "$file"
 expect_line "^  sent +256 bytes  SHA-256 $digest\$"
 expect_line "^  received +256 bytes  SHA-256 $digest\$"
 expect_line '^  compared +identical$'
+expect_line '^  IpAddress +127\.[0-9.]+ in the port.s registry entry: followed$'
+expect_line '^  PrinterAddressType +REG_DWORD +4$'
+was=$(sed -n 's/^  was at *//p' <<<"$output")
+is=$(sed -n 's/^  is at *//p' <<<"$output")
+expect_line "^  IpAddress +REG_SZ +\"${is//./\\.}\" "
+expect_line "\] TRACE    IpAddress Changed ${was//./\\.} --> ${is//./\\.}\$"
 
 : >"$work/empty"
 run "an empty file" 0 empty
+expect_line '^  none: the status never changed$'
 expect_line '^OK: 0 bytes sent, identical bytes received\.$'
 
 for protocol in lpr xlpr; do
     run "a file over $protocol" 0 --protocol "$protocol" "$file"
+    expect_troubles
     expect_line "^  received +256 bytes  SHA-256 $digest\$"
     expect_line '^  compared +identical$'
 done
@@ -83,6 +101,10 @@ for protocol in raw lpr; do
     expect_line "^  received +256 bytes  SHA-256 $digest\$"
     expect_line '^  compared +identical$'
 done
+run "an ID-print job to a printer that moved" 0 --id-print --move "$file"
+expect_line '^  asked +CONF_REQ$'
+expect_line '^  IpAddress .*: followed$'
+expect_line '^  compared +identical$'
 run "an ID-print job over xlpr" 0 --id-print --protocol xlpr "$file"
 expect_line '^The job header: 0 bytes in front of the data$'
 expect_line '^  compared +identical$'
@@ -108,6 +130,8 @@ run "a protocol that is not known" 2 --protocol carrier-pigeon
 expect_line 'the protocol "carrier-pigeon" is not known; known: raw'
 run "a printer with a port" 2 --printer 127.0.0.1:9100
 expect_line '"127\.0\.0\.1:9100" names a port'
+run "a real printer that is to move" 2 --printer 127.0.0.1 --move
+expect_line '--move moves the printer that the program plays'
 run "a file that is not there" 2 missing.ps
 expect_line 'cannot read the file missing\.ps$'
 run "two files" 2 empty "$file"

@@ -1,16 +1,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 #include <vector>
 
 #include "tools/print/console.h"
-#include "tools/print/demo_printer.h"
 #include "tools/print/fold.h"
 #include "tools/print/monitor_log.h"
 #include "tools/print/options.h"
 #include "tools/print/printer_address.h"
+#include "tools/print/printer_move.h"
 #include "tools/print/report.h"
 #include "tools/print/sample_document.h"
 #include "tools/print/sha256.h"
@@ -104,6 +103,15 @@ TEST(VerdictTest, FailsWhenTheMonitorClaimsMoreThanItWasOffered) {
     EXPECT_FALSE(Succeeded(job));
 }
 
+TEST(VerdictTest, FailsWhenAPrinterThatMovedWasNotFollowed) {
+    JobReport job = PrintedJob();
+    job.move = MoveTo(L"127.1.2.3");
+    job.move->recorded = job.move->from;
+    EXPECT_FALSE(Succeeded(job));
+    job.move->recorded = job.move->to;
+    EXPECT_TRUE(Succeeded(job));
+}
+
 TEST(VerdictTest, TakesARealPrintersWord) {
     JobReport job = PrintedJob();
     job.delivery.reset();
@@ -121,6 +129,8 @@ TEST(OptionsTest, HasDefaults) {
     EXPECT_TRUE(options.plays_printer());
     EXPECT_TRUE(options.file.empty());
     EXPECT_EQ(options.patience, 20u);
+    EXPECT_FALSE(options.id_print);
+    EXPECT_FALSE(options.move);
     EXPECT_FALSE(options.help);
 }
 
@@ -134,6 +144,14 @@ TEST(OptionsTest, TakesEverything) {
     EXPECT_FALSE(options.plays_printer());
     EXPECT_EQ(options.patience, 3u);
     EXPECT_EQ(options.file, L"-file.ps");
+}
+
+TEST(OptionsTest, MovesThePrinterThatItPlays) {
+    Options options;
+    const std::vector<std::wstring> arguments = {L"--move", L"--id-print"};
+    EXPECT_EQ(ParseOptions(arguments, &options), L"");
+    EXPECT_TRUE(options.move);
+    EXPECT_TRUE(options.id_print);
 }
 
 std::wstring Problem(const std::vector<std::wstring>& arguments) {
@@ -152,6 +170,8 @@ TEST(OptionsTest, RefusesWhatItCannotUse) {
         EXPECT_NE(Problem({L"--patience", patience}), L"") << ::testing::PrintToString(patience);
     }
     EXPECT_EQ(Problem({L"--patience", L"3600"}), L"");
+    EXPECT_EQ(Problem({L"--printer", L"127.0.0.1", L"--move"}),
+              L"--move moves the printer that the program plays and goes without --printer");
 }
 
 TEST(PrinterAddressTest, TellsAddressesFromNames) {
@@ -172,6 +192,13 @@ TEST(PrinterAddressTest, RefusesWhatIsNeither) {
           std::wstring(L".a"), std::wstring(254, L'a')}) {
         EXPECT_NE(CheckPrinterAddress(text), L"") << ::testing::PrintToString(text);
     }
+}
+
+TEST(PrinterMoveTest, StaysInItsNetwork) {
+    EXPECT_EQ(MoveTo(L"127.1.2.3").to, L"127.1.2.3");
+    EXPECT_EQ(MoveTo(L"127.1.2.3").from, L"127.1.2.4");
+    EXPECT_EQ(MoveTo(L"127.1.2.254").from, L"127.1.2.1");
+    EXPECT_EQ(NetworkAround(L"127.1.2.254"), L"127.1.2.0;255.255.255.0");
 }
 
 std::wstring Itself(const std::wstring& line) {
@@ -239,73 +266,6 @@ TEST(ConsoleTest, WritesNumbersForReaders) {
     EXPECT_EQ(Seconds(1.5), L"1.50 s");
     EXPECT_EQ(PadLeft(L"ab", 1), L"ab");
     EXPECT_EQ(PadRight(L"ab", 3), L"ab ");
-}
-
-enum class Connecting { kRefused, kConnected };
-
-Connecting ConnectTo(const DemoPrinter& printer, UniqueSocket* socket) {
-    const std::string address(printer.address().begin(), printer.address().end());
-    sockaddr_in name = {};
-    name.sin_family = AF_INET;
-    name.sin_port = htons(FindProtocol(L"raw")->port);
-    name.sin_addr.s_addr = inet_addr(address.c_str());
-    socket->Reset(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
-    return connect(socket->Get(), reinterpret_cast<const sockaddr*>(&name), sizeof(name)) == 0
-               ? Connecting::kConnected
-               : Connecting::kRefused;
-}
-
-// False when the printer does not wake up.
-bool ConnectPatiently(const DemoPrinter& printer, UniqueSocket* socket) {
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        if (ConnectTo(printer, socket) == Connecting::kConnected) {
-            return true;
-        }
-        Sleep(100);
-    }
-    return false;
-}
-
-bool SendAll(const UniqueSocket& socket, std::string_view text) {
-    return send(socket.Get(), text.data(), static_cast<int>(text.size()), 0) ==
-           static_cast<int>(text.size());
-}
-
-constexpr std::chrono::seconds kPatience{20};
-constexpr uint64_t kFast = 100'000'000;
-
-TEST(DemoPrinterTest, SleepsUntilSomebodyKnocks) {
-    DemoPrinter printer(*FindProtocol(L"raw"), kFast);
-    ASSERT_TRUE(printer.ready());
-    EXPECT_TRUE(printer.address().starts_with(L"127."));
-    UniqueSocket socket;
-    EXPECT_EQ(ConnectTo(printer, &socket), Connecting::kRefused);
-    printer.Knock();
-    EXPECT_TRUE(ConnectPatiently(printer, &socket));
-}
-
-TEST(DemoPrinterTest, TellsWhatAllConnectionsBrought) {
-    DemoPrinter printer(*FindProtocol(L"raw"), kFast);
-    ASSERT_TRUE(printer.ready());
-    printer.Knock();
-    UniqueSocket socket;
-    ASSERT_TRUE(ConnectPatiently(printer, &socket));
-    ASSERT_TRUE(SendAll(socket, "ab"));
-    ASSERT_TRUE(ConnectPatiently(printer, &socket));
-    ASSERT_TRUE(SendAll(socket, "c"));
-    socket.Reset();
-    const Delivery delivery = printer.Finish(3, kPatience);
-    EXPECT_EQ(delivery.bytes, 3u);
-    EXPECT_EQ(delivery.connections, 2u);
-    EXPECT_EQ(delivery.sha256, L"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-}
-
-TEST(DemoPrinterTest, FinishesWithoutEverythingThatWasExpected) {
-    DemoPrinter printer(*FindProtocol(L"raw"), kFast);
-    ASSERT_TRUE(printer.ready());
-    const Delivery delivery = printer.Finish(1, std::chrono::milliseconds(10));
-    EXPECT_EQ(delivery.bytes, 0u);
-    EXPECT_EQ(delivery.connections, 0u);
 }
 
 }  // namespace

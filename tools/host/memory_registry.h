@@ -80,6 +80,8 @@ class MemoryRegistry : public MonitorRegistry {
     // From now on the key refuses (or grants again) handles with write rights, subkeys and
     // deletion.
     void SetWritable(HANDLE root, std::wstring_view path, bool writable);
+    // As if the key had been written to at that time and not since.
+    void SetLastWriteTime(HANDLE root, std::wstring_view path, const FILETIME& time);
     // Zero when the key does not exist.
     [[nodiscard]] FILETIME LastWriteTime(HANDLE root, std::wstring_view path) const;
 

@@ -125,6 +125,14 @@ void MemoryRegistry::SetWritable(HANDLE root, std::wstring_view path, bool writa
     }
 }
 
+void MemoryRegistry::SetLastWriteTime(HANDLE root, std::wstring_view path, const FILETIME& time) {
+    const std::lock_guard lock(mutex_);
+    const Node node = MakeNode(root, path);
+    if (node != nullptr) {
+        node->set_last_write(time);
+    }
+}
+
 FILETIME MemoryRegistry::LastWriteTime(HANDLE root, std::wstring_view path) const {
     const std::lock_guard lock(mutex_);
     const Node node = FindNode(root, path);

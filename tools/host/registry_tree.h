@@ -51,6 +51,7 @@ class RegistryNode : public std::enable_shared_from_this<RegistryNode> {
     [[nodiscard]] const Subkeys& subkeys() const { return subkeys_; }
     [[nodiscard]] const std::vector<NamedValue>& values() const { return values_; }
     [[nodiscard]] FILETIME last_write() const { return last_write_; }
+    void set_last_write(const FILETIME& time) { last_write_ = time; }
 
     // A node that is not writable refuses every handle with write rights.
     [[nodiscard]] bool writable() const { return writable_; }

@@ -1,33 +1,23 @@
 #include "tools/print/confirmation_service.h"
 
+#include <chrono>
 #include <string_view>
 
 namespace ksp::print {
 namespace {
 
-constexpr long kHeartbeat = 20'000;  // microseconds between looks at whether to stop
+constexpr std::chrono::milliseconds kHeartbeat{20};  // between looks at whether to stop
 constexpr int kLooksForRequest = 500;
 constexpr std::string_view kRequest = "CONF_REQ";
 constexpr std::string_view kAnswer("\x64\0\0\0OK", 6);
 
-bool WaitReadable(const UniqueSocket& socket) {
-    fd_set set;
-    FD_ZERO(&set);
-    FD_SET(socket.Get(), &set);
-    timeval patience = {0, kHeartbeat};
-    return select(0, &set, nullptr, nullptr, &patience) == 1;
-}
-
 }  // namespace
 
 ConfirmationService::ConfirmationService(const std::wstring& address) {
+    listener_ = host::BindTo({address.begin(), address.end()}, 0);
     sockaddr_in name = {};
-    name.sin_family = AF_INET;
-    name.sin_addr.s_addr = inet_addr(std::string(address.begin(), address.end()).c_str());
-    listener_.Reset(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
     int size = sizeof(name);
-    if (!listener_ || bind(listener_.Get(), reinterpret_cast<const sockaddr*>(&name), size) != 0 ||
-        listen(listener_.Get(), SOMAXCONN) != 0 ||
+    if (!listener_ || listen(listener_.Get(), SOMAXCONN) != 0 ||
         getsockname(listener_.Get(), reinterpret_cast<sockaddr*>(&name), &size) != 0) {
         return;
     }
@@ -54,7 +44,7 @@ std::string ConfirmationService::answered() const {
 
 void ConfirmationService::Serve() {
     while (!stopping_) {
-        if (WaitReadable(listener_)) {
+        if (host::WaitReadable(listener_, kHeartbeat)) {
             Converse(UniqueSocket(accept(listener_.Get(), nullptr, nullptr)));
         }
     }
@@ -65,7 +55,7 @@ void ConfirmationService::Converse(const UniqueSocket& socket) {
     for (int look = 0;
          socket && request.size() < kRequest.size() && look < kLooksForRequest && !stopping_;
          ++look) {
-        if (!WaitReadable(socket)) {
+        if (!host::WaitReadable(socket, kHeartbeat)) {
             continue;
         }
         char bytes[16];

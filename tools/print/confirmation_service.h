@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "tools/print/socket.h"
+#include "tools/host/socket.h"
 
 namespace ksp::print {
 
@@ -30,7 +30,7 @@ class ConfirmationService {
     void Serve();
     void Converse(const UniqueSocket& socket);
 
-    SocketLibrary sockets_;
+    host::SocketLibrary sockets_;
     UniqueSocket listener_;
     uint16_t port_ = 0;
     std::atomic<bool> stopping_ = false;

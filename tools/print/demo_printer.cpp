@@ -1,84 +1,58 @@
 #include "tools/print/demo_printer.h"
 
 #include <algorithm>
-#include <random>
 #include <vector>
 
 namespace ksp::print {
 namespace {
 
-constexpr std::chrono::seconds kWakeTime{1};
-constexpr long kHeartbeat = 20'000;  // microseconds between looks at whether to stop
+constexpr std::chrono::milliseconds kHeartbeat{20};  // between looks at whether to stop
 constexpr int kAddressAttempts = 20;
 constexpr size_t kSmallestRead = 8192;
 constexpr uint64_t kReadsPerSecond = 50;
 
-// Of 127.1.0.1 to 127.254.255.254, so that printers that run at the same time hardly ever meet.
-std::string RandomLoopbackAddress() {
-    std::random_device random;
-    std::uniform_int_distribution<int> inner(1, 254);
-    std::uniform_int_distribution<int> any(0, 255);
-    return "127." + std::to_string(inner(random)) + "." + std::to_string(any(random)) + "." +
-           std::to_string(inner(random));
-}
-
-UniqueSocket BindTo(const std::string& address, uint16_t port) {
-    sockaddr_in name = {};
-    name.sin_family = AF_INET;
-    name.sin_port = htons(port);
-    name.sin_addr.s_addr = inet_addr(address.c_str());
-    UniqueSocket result(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
-    if (!result ||
-        bind(result.Get(), reinterpret_cast<const sockaddr*>(&name), sizeof(name)) != 0) {
-        return {};
-    }
-    return result;
-}
-
-bool WaitReadable(const UniqueSocket& socket) {
-    fd_set set;
-    FD_ZERO(&set);
-    FD_SET(socket.Get(), &set);
-    timeval patience = {0, kHeartbeat};
-    return select(0, &set, nullptr, nullptr, &patience) == 1;
-}
-
 }  // namespace
 
-DemoPrinter::DemoPrinter(const Protocol& protocol, uint64_t bytes_per_second)
-    : protocol_(protocol), bytes_per_second_(std::max<uint64_t>(bytes_per_second, 1)) {
-    if (TakeAddress()) {
-        server_ = std::thread([this] { Serve(); });
+DemoPrinter::DemoPrinter(const Protocol& protocol, DemoPrinterOptions options)
+    : protocol_(protocol), options_(options) {
+    if (!TakeAddress()) {
+        return;
     }
+    facts_.address.assign(address_.begin(), address_.end());
+    agent_ = std::make_unique<agent::SnmpAgent>(agent::SnmpAgentSettings{.address = facts_.address},
+                                                agent::PrinterRows(facts_));
+    if (options_.troubled && speaks_snmp()) {
+        troubles_.emplace(*agent_);
+    }
+    server_ = std::thread([this] { Serve(); });
 }
 
 DemoPrinter::~DemoPrinter() {
     SwitchOff();
 }
 
-// Taken from the start, so that nobody else comes to listen there while the printer sleeps.
 bool DemoPrinter::TakeAddress() {
     for (int attempt = 0; attempt < kAddressAttempts && !listener_; ++attempt) {
-        const std::string address = RandomLoopbackAddress();
-        listener_ = BindTo(address, protocol_.port);
+        const std::string address = host::RandomLoopbackAddress();
+        listener_ = host::BindTo(address, protocol_.port);
         address_.assign(address.begin(), address.end());
-    }
-    if (!listener_) {
-        return false;
     }
     // With the system's own large buffer the whole job would be taken at once.
     const int size = static_cast<int>(kSmallestRead);
     setsockopt(listener_.Get(), SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char*>(&size),
                sizeof(size));
-    return true;
+    return static_cast<bool>(listener_);
 }
 
-void DemoPrinter::Knock() {
-    {
-        const std::lock_guard lock(mutex_);
-        knocked_ = true;
+std::wstring DemoPrinter::mac() const {
+    constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
+    std::wstring text;
+    for (const char c : facts_.mac) {
+        const auto byte = static_cast<uint8_t>(c);
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 0x0F];
     }
-    changed_.notify_all();
+    return text;
 }
 
 Delivery DemoPrinter::Finish(uint64_t expected_bytes, std::chrono::milliseconds patience) {
@@ -113,20 +87,21 @@ bool DemoPrinter::PauseUntil(Clock::time_point due) {
     return !changed_.wait_until(lock, due, [&] { return stopping_; });
 }
 
-bool DemoPrinter::WakeUp() {
-    {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [&] { return knocked_ || stopping_; });
+bool DemoPrinter::WaitUntilReady() {
+    while (troubles_ && !troubles_->AreOver()) {
+        if (!PauseUntil(Clock::now() + kHeartbeat)) {
+            return false;
+        }
     }
-    return PauseUntil(Clock::now() + kWakeTime) && listen(listener_.Get(), SOMAXCONN) == 0;
+    return true;
 }
 
 void DemoPrinter::Serve() {
-    if (!WakeUp()) {
+    if ((!protocol_.has_answers && !WaitUntilReady()) || listen(listener_.Get(), SOMAXCONN) != 0) {
         return;
     }
     while (!Stopping()) {
-        if (!WaitReadable(listener_)) {
+        if (!host::WaitReadable(listener_, kHeartbeat)) {
             continue;
         }
         const UniqueSocket socket(accept(listener_.Get(), nullptr, nullptr));
@@ -138,7 +113,11 @@ void DemoPrinter::Serve() {
             ++delivery_.connections;
             talking_ = true;
         }
-        Talk(socket);
+        if (WaitUntilReady()) {
+            agent_->Put(agent::kPrinterStateRow, agent::StateValue(agent::PrinterState::kPrinting));
+            Talk(socket);
+        }
+        agent_->Put(agent::kPrinterStateRow, agent::StateValue(agent::PrinterState::kIdle));
         {
             const std::lock_guard lock(mutex_);
             talking_ = false;
@@ -159,12 +138,12 @@ void DemoPrinter::Talk(const UniqueSocket& socket) {
 
 void DemoPrinter::Listen(const UniqueSocket& socket, PrinterSession& session,
                          const PrinterSession::Sink& document) {
-    const Clock::time_point start = Clock::now();
-    std::vector<uint8_t> buffer(
-        std::max<uint64_t>(kSmallestRead, bytes_per_second_ / kReadsPerSecond));
+    const uint64_t speed = std::max<uint64_t>(options_.bytes_per_second, 1);
+    std::vector<uint8_t> buffer(std::max<uint64_t>(kSmallestRead, speed / kReadsPerSecond));
     uint64_t received = 0;
+    const Clock::time_point start = Clock::now();
     while (!Stopping()) {
-        if (!WaitReadable(socket)) {
+        if (!host::WaitReadable(socket, kHeartbeat)) {
             continue;
         }
         const int count = recv(socket.Get(), reinterpret_cast<char*>(buffer.data()),
@@ -172,14 +151,13 @@ void DemoPrinter::Listen(const UniqueSocket& socket, PrinterSession& session,
         if (count <= 0) {
             return;
         }
-        received += static_cast<uint64_t>(count);
-        const std::string answer =
-            session.Receive(std::span(buffer).first(static_cast<size_t>(count)), document);
+        const std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(count));
+        received += bytes.size();
+        const std::string answer = session.Receive(bytes, document);
         if (!answer.empty()) {
             send(socket.Get(), answer.data(), static_cast<int>(answer.size()), 0);
         }
-        const std::chrono::milliseconds due(received * 1000 / bytes_per_second_);
-        if (!PauseUntil(start + due)) {
+        if (!PauseUntil(start + std::chrono::milliseconds(received * 1000 / speed))) {
             return;
         }
     }

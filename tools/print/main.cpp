@@ -25,6 +25,7 @@ using ksp::print::PrintAndReport;
 using ksp::print::PrintErrorLine;
 using ksp::print::PrintLine;
 using ksp::print::Usage;
+using ksp::print::UseRecord;
 
 void PrintUsage(void (*print_line)(std::wstring_view)) {
     std::wistringstream usage(Usage());
@@ -39,6 +40,10 @@ int Run(const std::vector<std::wstring>& arguments) {
         PrintErrorLine(L"kspprint: " + problem);
         PrintErrorLine(L"");
         PrintUsage(PrintErrorLine);
+        return kUnusable;
+    }
+    if (const std::wstring problem = UseRecord(&options); !problem.empty()) {
+        PrintErrorLine(L"kspprint: " + problem);
         return kUnusable;
     }
     if (options.help) {

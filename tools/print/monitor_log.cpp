@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -29,12 +28,6 @@ std::vector<std::wstring> ReadMonitorLog(const std::wstring& path) {
         lines.push_back(FromAnsi(line));
     }
     return lines;
-}
-
-bool MissesDiscoveryLibrary(const std::vector<std::wstring>& lines) {
-    return std::any_of(lines.begin(), lines.end(), [](const std::wstring& line) {
-        return line.ends_with(L"Oryx dll is not ready to use");
-    });
 }
 
 std::wstring LogLineKey(const std::wstring& line) {

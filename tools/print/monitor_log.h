@@ -9,9 +9,6 @@ namespace ksp::print {
 // file.
 std::vector<std::wstring> ReadMonitorLog(const std::wstring& path);
 
-// Whether the monitor looked for the discovery library, in vain.
-bool MissesDiscoveryLibrary(const std::vector<std::wstring>& lines);
-
 // The same for lines that differ in nothing but when and by whom they were written and in the
 // numbers they name.
 std::wstring LogLineKey(const std::wstring& line);

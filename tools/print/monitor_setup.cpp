@@ -12,38 +12,69 @@ constexpr DWORD kOrdinaryMonitor = 1;
 constexpr DWORD kIdPrintMonitor = 2;
 constexpr DWORD kTraceLevel = 1;
 constexpr DWORD kLargestLog = 256;  // megabytes; one file holds the whole run
-constexpr DWORD kReplyTimeout = 5;  // seconds; shorter than usual, for somebody who watches
+constexpr DWORD kSnmpTimeout = 5;   // seconds
 constexpr DWORD kDottedAddress = 1;
 constexpr DWORD kHostName = 2;
+constexpr DWORD kTracked = 4;
 
 void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     const HKEY machine = HKEY_LOCAL_MACHINE;
     const wchar_t* const software = setup.id_print ? kIdPrintSoftwareKey : kSoftwareKey;
     registry->SetDword(registry->Root(), L"", L"KSPRINT_SECURE",
                        setup.id_print ? kIdPrintMonitor : kOrdinaryMonitor);
-    registry->SetText(machine, software, L"ExeDirectory", setup.program_directory);
+    registry->SetText(machine, software, L"ExeDirectory", setup.exe_directory);
     registry->SetText(machine, software, L"LogDirectory", setup.log_directory);
     registry->SetText(machine, software, L"LogFileName", kLogFileName);
     registry->SetText(machine, software, L"LPRDirectory", setup.log_directory);
     registry->SetDword(machine, software, L"LogLevel", kTraceLevel);
     registry->SetDword(machine, software, L"MaxLogSize", kLargestLog);
-    registry->SetDword(machine, software, L"WaitServerReplyTimeout", kReplyTimeout);
+    registry->SetDword(machine, software, L"WaitServerReplyTimeout", setup.reply_timeout);
+    registry->SetDword(machine, software, L"WaitStatusReplyTimeout", kSnmpTimeout);
+    registry->SetDword(machine, software, L"WaitPrinterValueTimeout", kSnmpTimeout);
+    if (!setup.searched_network.empty()) {
+        registry->SetDword(machine, software, L"SubnetSegment", 1);
+        registry->SetText(machine, software + std::wstring(L"\\subnet"), L"subnet0",
+                          setup.searched_network);
+    }
+}
+
+DWORD AddressType(const MonitorSetup& setup) {
+    if (!setup.mac.empty()) {
+        return kTracked;
+    }
+    return IsDottedAddress(setup.printer_address) ? kDottedAddress : kHostName;
+}
+
+// The port that the setup describes.
+CPortInfo PortOf(const MonitorSetup& setup) {
+    CPortInfo port;
+    port.PrinterAddress = setup.printer_address;
+    port.PrinterAddressType = AddressType(setup);
+    port.IpAddress = port.PrinterAddressType == kHostName ? L"" : setup.printer_address;
+    port.MacAddress = setup.mac;
+    port.ProtocolID = setup.protocol_id;
+    port.QueueName = setup.queue;
+    port.SecureRawPortNo = setup.raw_port;
+    port.CheckPortNo = setup.check_port;
+    return port;
 }
 
 void WritePort(const MonitorSetup& setup, host::MemoryRegistry* registry) {
-    const bool dotted = IsDottedAddress(setup.printer_address);
+    const CPortInfo port = setup.record.value_or(PortOf(setup));
     const HANDLE root = registry->Root();
     const std::wstring key = PortKey(setup);
-    registry->SetDword(root, key, L"PrinterAddressType", dotted ? kDottedAddress : kHostName);
-    registry->SetText(root, key, L"IpAddress", dotted ? setup.printer_address : L"");
-    registry->SetText(root, key, L"SubnetMask", L"");
-    registry->SetText(root, key, L"MacAddress", L"");
-    registry->SetDword(root, key, L"ProtocolID", setup.protocol_id);
-    registry->SetText(root, key, L"PrinterAddress", setup.printer_address);
-    registry->SetText(root, key, L"QueueName", setup.queue);
+    registry->SetDword(root, key, L"PrinterAddressType", port.PrinterAddressType);
+    registry->SetText(root, key, L"IpAddress", port.IpAddress);
+    registry->SetText(root, key, L"SubnetMask", port.SubnetMask);
+    registry->SetText(root, key, L"MacAddress", port.MacAddress);
+    registry->SetDword(root, key, L"ProtocolID", port.ProtocolID);
+    registry->SetText(root, key, L"PrinterAddress", port.PrinterAddress);
+    registry->SetText(root, key, L"QueueName", port.QueueName);
     if (setup.id_print) {
-        registry->SetDword(root, key, L"SecureRawPortNo", setup.raw_port);
-        registry->SetDword(root, key, L"CheckPortNo", setup.check_port);
+        registry->SetDword(root, key, L"SecureRawPortNo", port.SecureRawPortNo);
+        registry->SetDword(root, key, L"CheckPortNo", port.CheckPortNo);
+        registry->SetDword(root, key, L"SecureUserMode", port.SecureUserMode);
+        registry->SetText(root, key, L"UserIdentityName", port.UserIdentityName);
     }
 }
 

@@ -43,15 +43,25 @@ std::wstring TakePatience(const std::wstring& value, Options* options) {
     return L"";
 }
 
+std::wstring TakeRecord(const std::wstring& value, Options* options) {
+    options->record_file = value;
+    return L"";
+}
+
+std::wstring TakeExeDirectory(const std::wstring& value, Options* options) {
+    options->exe_directory = value;
+    return L"";
+}
+
 struct ValueOption {
     std::wstring_view name;
     std::wstring (*take)(const std::wstring& value, Options* options);
 };
 
 constexpr ValueOption kValueOptions[] = {
-    {L"--protocol", TakeProtocol},
-    {L"--printer", TakePrinter},
-    {L"--patience", TakePatience},
+    {L"--protocol", TakeProtocol},          {L"--printer", TakePrinter},
+    {L"--patience", TakePatience},          {L"--record", TakeRecord},
+    {L"--exe-directory", TakeExeDirectory},
 };
 
 std::wstring TakeFile(const std::wstring& name, Options* options) {
@@ -81,6 +91,8 @@ std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* opti
             return L"";
         } else if (argument == L"--id-print") {
             options->id_print = true;
+        } else if (argument == L"--move") {
+            options->move = true;
         } else {
             const auto option =
                 std::find_if(std::begin(kValueOptions), std::end(kValueOptions),
@@ -97,15 +109,21 @@ std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* opti
             return problem;
         }
     }
-    if (options->id_print && !options->plays_printer()) {
+    if (!options->record_file.empty() && !options->printer.empty()) {
+        return L"--record says which printer it is and goes without --printer";
+    }
+    if (options->id_print && !options->printer.empty()) {
         return L"--id-print plays its printer itself and goes without --printer";
+    }
+    if (options->move && !options->plays_printer()) {
+        return L"--move moves the printer that the program plays and goes without --printer";
     }
     return L"";
 }
 
 std::wstring Usage() {
-    return L"kspprint [--protocol NAME] [--printer ADDRESS] [--patience SECONDS] [--id-print] "
-           L"[FILE]\n"
+    return L"kspprint [--protocol NAME] [--printer ADDRESS] [--patience SECONDS] [--id-print]\n"
+           L"         [--move] [FILE]\n"
            L"\n"
            L"Prints a document through the print port monitor kspmon.dll and shows what happens.\n"
            L"Without FILE it prints a sample of its own: one page of PostScript.\n"
@@ -116,16 +134,24 @@ std::wstring Usage() {
            L"  --printer ADDRESS   a real printer, by IPv4 address or host name. Without it the\n"
            L"                      program plays a printer on a loopback address and compares\n"
            L"                      what arrives there with what was sent.\n"
-           L"  --patience SECONDS  give the job up when the printer takes nothing for so long\n"
-           L"                      (default: 20)\n"
+           L"  --patience SECONDS  give the job up when the printer takes nothing for so long and\n"
+           L"                      its status stays as it is (default: 20)\n"
            L"  --id-print          as the ID-print monitor: the printer is asked whether it is\n"
            L"                      there, and a header says whose job it is\n"
+           L"  --move              the printer that the program plays has got another address: it "
+           L"is\n"
+           L"                      found there by its MAC address\n"
+           L"  --record FILE       a port as the monitor gives it out, 16412 bytes: its printer, "
+           L"its\n"
+           L"                      protocol and all the rest of it. With --id-print of that "
+           L"monitor.\n"
+           L"  --exe-directory DIR the directory of the discovery library (default: this "
+           L"program's)\n"
            L"\n"
-           L"The program plays the print spooler, with the kspmon.dll and the winspool.drv that "
-           L"lie\n"
-           L"in its own directory. The system's spooler and the registry stay untouched: "
-           L"printers,\n"
-           L"jobs, ports and settings exist in memory, and for this run only.\n"
+           L"The program plays the print spooler, with the kspmon.dll, the KSSTRMAPIe.dll (which\n"
+           L"asks printers over SNMP) and the winspool.drv that lie in its own directory. The\n"
+           L"system's spooler and the registry stay untouched: printers, jobs, ports and settings\n"
+           L"exist in memory, and for this run only.\n"
            L"\n"
            L"Exit code: 0 when everything was printed (and arrived unchanged, where that can be\n"
            L"seen), 1 when not, 2 when the arguments or the file cannot be used.\n";

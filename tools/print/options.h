@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 
+#include "ports/port_info.h"
 #include "tools/print/protocol.h"
 
 namespace ksp::print {
@@ -10,10 +12,14 @@ namespace ksp::print {
 // What the command line asks for.
 struct Options {
     const Protocol* protocol = FindProtocol(L"raw");
-    std::wstring printer;    // address of a real printer; empty: this program plays one
-    std::wstring file;       // empty: the sample document
-    unsigned patience = 20;  // seconds without progress until the job is given up
-    bool id_print = false;   // as the ID-print monitor
+    std::wstring printer;           // address of a real printer; empty: this program plays one
+    std::wstring file;              // empty: the sample document
+    std::wstring record_file;       // a port's record, in the form that the monitor gives it out
+    std::optional<CPortInfo> port;  // what the record says, once UseRecord has read it
+    std::wstring exe_directory;     // of the discovery library; empty: beside this program
+    unsigned patience = 20;         // seconds without progress until the job is given up
+    bool id_print = false;          // as the ID-print monitor
+    bool move = false;              // the played printer has got another address
     bool help = false;
 
     [[nodiscard]] bool plays_printer() const { return printer.empty(); }
@@ -22,6 +28,10 @@ struct Options {
 // Reads the arguments that follow the program's name. An empty result means that `options` is
 // filled; otherwise it says what is wrong.
 [[nodiscard]] std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* options);
+
+// Reads the record, if one was given: its printer and protocol then hold. An empty result means
+// success; otherwise it says what is wrong.
+[[nodiscard]] std::wstring UseRecord(Options* options);
 
 // What --help shows, in lines.
 std::wstring Usage();

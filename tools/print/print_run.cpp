@@ -11,6 +11,8 @@
 #include "tools/host/job_runner.h"
 #include "tools/host/memory_registry.h"
 #include "tools/host/monitor_library.h"
+#include "tools/host/temp_directory.h"
+#include "tools/print/announcement.h"
 #include "tools/print/confirmation_service.h"
 #include "tools/print/console.h"
 #include "tools/print/delivery_watch.h"
@@ -18,10 +20,11 @@
 #include "tools/print/interruption.h"
 #include "tools/print/monitor_log.h"
 #include "tools/print/monitor_setup.h"
+#include "tools/print/printer_move.h"
+#include "tools/print/program_directory.h"
 #include "tools/print/progress.h"
 #include "tools/print/report.h"
 #include "tools/print/spooler.h"
-#include "tools/print/temp_directory.h"
 
 namespace ksp::print {
 namespace {
@@ -36,17 +39,7 @@ constexpr size_t kLargestWrite = 65536;
 constexpr uint64_t kSlowestPrinter = 160'000;  // bytes a second
 constexpr uint64_t kPrintingTime = 3;          // seconds, at that speed or faster
 constexpr std::chrono::seconds kDeliveryPatience{10};
-
-std::wstring ProgramDirectory() {
-    std::wstring path(MAX_PATH, L'\0');
-    DWORD length = 0;
-    while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
-           path.size()) {
-        path.resize(path.size() * 2);
-    }
-    path.resize(length);
-    return path.substr(0, path.find_last_of(L'\\'));
-}
+constexpr DWORD kImpatientReplyTimeout = 2;  // seconds; the printer that is played is quick
 
 // One document on its way through the monitor, from an empty registry to the report.
 class PrintRun {
@@ -59,8 +52,9 @@ class PrintRun {
   private:
     bool Prepare();
     void PrepareSpooler();
+    bool PreparePrinter();
+    bool PrepareConfirmation();
     bool StartMonitor();
-    void Announce() const;
     void Print();
     void Watch(Progress* progress, host::JobOptions* job_options);
     void EndHopelessDelivery();
@@ -68,15 +62,17 @@ class PrintRun {
 
     const Options& options_;
     Document document_;
-    TempDirectory log_directory_;
+    host::TempDirectory log_directory_;
     host::MemoryRegistry registry_;
+    std::wstring program_directory_;
     MonitorSetup setup_;
     Spooler spooler_;
     std::unique_ptr<DemoPrinter> printer_;               // none for a real printer
     std::unique_ptr<ConfirmationService> confirmation_;  // only as the ID-print monitor
     host::MonitorLibrary monitor_;
     JobReport job_;
-    std::optional<std::chrono::steady_clock::time_point> trouble_since_;  // the watch's
+    DWORD trouble_ = 0;  // the watch's: the printer status that lasts
+    std::chrono::steady_clock::time_point trouble_since_;
     std::atomic<bool> gave_up_delivery_ = false;
 };
 
@@ -84,7 +80,7 @@ bool PrintRun::Execute() {
     if (!Prepare()) {
         return false;
     }
-    Announce();
+    Announce({options_, setup_, program_directory_, document_, printer_.get(), confirmation_.get()});
     if (!StartMonitor()) {
         return false;
     }
@@ -96,14 +92,21 @@ bool PrintRun::Execute() {
     if (printer_) {
         job_.delivery = printer_->Finish(job_.outcome.bytes_taken, kDeliveryPatience);
     }
+    if (job_.move) {
+        job_.move->recorded =
+            registry_.GetText(registry_.Root(), PortKey(setup_), L"IpAddress").value_or(L"");
+    }
     Report();
     return Succeeded(job_);
 }
 
 bool PrintRun::Prepare() {
-    setup_.program_directory = ProgramDirectory();
+    program_directory_ = ProgramDirectory();
+    setup_.exe_directory =
+        options_.exe_directory.empty() ? program_directory_ : options_.exe_directory;
+    setup_.record = options_.port;
     setup_.log_directory = log_directory_.path();
-    setup_.port = kPortName;
+    setup_.port = options_.port ? options_.port->PortName : kPortName;
     setup_.protocol_id = options_.protocol->id;
     setup_.queue = options_.protocol->queue;
     setup_.id_print = options_.id_print;
@@ -112,70 +115,75 @@ bool PrintRun::Prepare() {
         PrintErrorLine(L"kspprint: cannot make a directory for the log");
         return false;
     }
-    if (!spooler_.Load(setup_.program_directory + L"\\winspool.drv")) {
+    if (!spooler_.Load(program_directory_ + L"\\winspool.drv")) {
         PrintErrorLine(L"kspprint: the winspool.drv that belongs to this program does not lie in " +
-                       setup_.program_directory);
+                       program_directory_);
+        return false;
+    }
+    if (options_.plays_printer() &&
+        GetFileAttributesW((setup_.exe_directory + L"\\KSSTRMAPIe.dll").c_str()) ==
+            INVALID_FILE_ATTRIBUTES) {
+        PrintErrorLine(
+            L"kspprint: the KSSTRMAPIe.dll by which the monitor asks printers does not lie "
+            L"in " +
+            setup_.exe_directory);
         return false;
     }
     PrepareSpooler();
     setup_.printer_address = options_.printer;
-    if (options_.plays_printer()) {
-        printer_ = std::make_unique<DemoPrinter>(
-            *options_.protocol, std::max(kSlowestPrinter, document_.size() / kPrintingTime));
-        if (!printer_->ready()) {
-            PrintErrorLine(L"kspprint: cannot take port " +
-                           std::to_wstring(options_.protocol->port) + L" of a loopback address");
-            return false;
-        }
-        setup_.printer_address = printer_->address();
-    }
-    if (options_.id_print) {
-        confirmation_ = std::make_unique<ConfirmationService>(setup_.printer_address);
-        if (!confirmation_->ready()) {
-            PrintErrorLine(L"kspprint: cannot take a port for the confirmation of the printer");
-            return false;
-        }
-        setup_.check_port = confirmation_->port();
+    if (options_.plays_printer() &&
+        (!PreparePrinter() || (options_.id_print && !PrepareConfirmation()))) {
+        return false;
     }
     Configure(setup_, &registry_);
     return true;
 }
 
+bool PrintRun::PreparePrinter() {
+    DemoPrinterOptions printer;
+    printer.bytes_per_second = std::max(kSlowestPrinter, document_.size() / kPrintingTime);
+    // The ID-print monitor never asks how a printer is, and one thing at a time is enough to watch.
+    printer.troubled = !options_.id_print && !options_.move;
+    printer_ = std::make_unique<DemoPrinter>(*options_.protocol, printer);
+    if (!printer_->ready()) {
+        PrintErrorLine(L"kspprint: cannot take port " + std::to_wstring(options_.protocol->port) +
+                       L" of a loopback address");
+        return false;
+    }
+    if (options_.move && !printer_->speaks_snmp()) {
+        PrintErrorLine(
+            L"kspprint: cannot take UDP port 161 of a loopback address, and without SNMP a "
+            L"printer cannot be found");
+        return false;
+    }
+    setup_.reply_timeout = kImpatientReplyTimeout;
+    setup_.printer_address = printer_->address();
+    if (options_.move) {
+        job_.move = MoveTo(printer_->address());
+        setup_.printer_address = job_.move->from;
+        setup_.mac = printer_->mac();
+        setup_.searched_network = NetworkAround(printer_->address());
+    }
+    return true;
+}
+
+bool PrintRun::PrepareConfirmation() {
+    confirmation_ = std::make_unique<ConfirmationService>(printer_->address());
+    if (!confirmation_->ready()) {
+        PrintErrorLine(L"kspprint: cannot take a port for the confirmation of the printer");
+        return false;
+    }
+    setup_.check_port = confirmation_->port();
+    return true;
+}
+
 void PrintRun::PrepareSpooler() {
-    spooler_.AddPrinter(kPrinterName, kPortName);
+    spooler_.AddPrinter(kPrinterName, setup_.port);
     spooler_.AddJob(kPrinterName, kJobId, document_.name(), document_.size());
 }
 
-void PrintRun::Announce() const {
-    PrintLine(L"Printing through the port monitor");
-    PrintField(L"document", document_.name() + L", " + Counted(document_.size(), L"byte"));
-    PrintField(L"monitor", setup_.program_directory + L"\\kspmon.dll");
-    PrintField(L"port", setup_.port + L": " + std::wstring(options_.protocol->title) + L" to " +
-                            setup_.printer_address + L" port " +
-                            std::to_wstring(options_.protocol->port));
-    if (!printer_) {
-        PrintField(L"printer", L"a real one; the job is given up when it takes nothing for " +
-                                   Counted(options_.patience, L"second"));
-        return;
-    }
-    if (confirmation_) {
-        PrintField(L"printer", L"played by this program. It confirms on port " +
-                                   std::to_wstring(confirmation_->port()) + L" that it is there.");
-        return;
-    }
-    if (options_.protocol->delivers_at_end) {
-        PrintField(L"printer", L"played by this program. The job is spooled, and connects when it");
-        PrintField(L"", L"has ended; the printer is still waking up then.");
-        return;
-    }
-    PrintField(L"printer", L"played by this program. It is asleep when the job starts: the first");
-    PrintField(L"", L"attempt to connect is refused and wakes it, a second later it");
-    PrintField(L"", L"listens. Until then the monitor reports 0x00800000 (server unknown)");
-    PrintField(L"", L"to the spooler, and 0 as soon as bytes flow.");
-}
-
 bool PrintRun::StartMonitor() {
-    const std::wstring path = setup_.program_directory + L"\\kspmon.dll";
+    const std::wstring path = program_directory_ + L"\\kspmon.dll";
     if (!monitor_.Load(path)) {
         PrintErrorLine(L"kspprint: cannot load " + path + L" (error " +
                        std::to_wstring(GetLastError()) + L")");
@@ -200,14 +208,11 @@ void PrintRun::Print() {
 
     std::optional<DeliveryWatch> watch;
     if (options_.protocol->delivers_at_end) {
-        watch.emplace([this] { EndHopelessDelivery(); });
+        watch.emplace([this, &progress] {
+            progress.Look();
+            EndHopelessDelivery();
+        });
     }
-    if (printer_ && (options_.protocol->delivers_at_end || options_.id_print)) {
-        // Nobody is refused while a job is spooled, and a printer that confirms is awake: nobody
-        // knocks.
-        printer_->Knock();
-    }
-
     const host::SpoolerJob job = {setup_.port, kPrinterName, kJobId, document_.name()};
     host::JobRunner runner(*monitor_.table(), monitor_.monitor());
     job_.outcome = runner.Run(
@@ -229,13 +234,12 @@ void PrintRun::Print() {
 // program can delete it. A printer that prints slowly is no trouble; one that does not answer is.
 void PrintRun::EndHopelessDelivery() {
     using Clock = std::chrono::steady_clock;
-    if (!spooler_.IsPrinterInTrouble()) {
-        trouble_since_.reset();
-    } else if (!trouble_since_) {
+    if (const DWORD status = spooler_.PrinterStatus(); status != trouble_) {
+        trouble_ = status;
         trouble_since_ = Clock::now();
     }
     const bool hopeless =
-        trouble_since_ && Clock::now() - *trouble_since_ >= std::chrono::seconds(options_.patience);
+        trouble_ != 0 && Clock::now() - trouble_since_ >= std::chrono::seconds(options_.patience);
     if (Interrupted() || hopeless) {
         gave_up_delivery_ = true;
         spooler_.DeleteJob(kPrinterName, kJobId);
@@ -248,18 +252,13 @@ void PrintRun::Watch(Progress* progress, host::JobOptions* job_options) {
     job_options->alive = [this, progress] {
         if (Interrupted()) {
             job_.given_up = L"interrupted";
-        } else if (progress->seconds_without_bytes() >= options_.patience) {
+        } else if (progress->seconds_without_news() >= options_.patience) {
             job_.given_up =
                 L"the printer took nothing for " + Counted(options_.patience, L"second");
         }
         return job_.given_up.empty();
     };
-    job_options->progress = [this, progress](const host::JobProgress& job) {
-        if (printer_ && job.refusals > 0) {
-            printer_->Knock();
-        }
-        progress->Update(job);
-    };
+    job_options->progress = [progress](const host::JobProgress& job) { progress->Update(job); };
 }
 
 void PrintRun::Report() const {
@@ -269,6 +268,9 @@ void PrintRun::Report() const {
         ReportJobHeader(job_.delivery->job_header);
     }
     ReportDelivery(job_);
+    if (job_.move) {
+        ReportMove(*job_.move);
+    }
     ReportPrinterStatus(calls);
     ReportSpoolerCalls(calls);
     ReportRegistryEntry(registry_, PortKey(setup_));

@@ -20,27 +20,35 @@ double SecondsSince(std::chrono::steady_clock::time_point start) {
 }  // namespace
 
 Progress::Progress(const Spooler& spooler, uint64_t total_bytes)
-    : spooler_(spooler), total_bytes_(total_bytes), start_(Clock::now()), last_bytes_(start_) {}
+    : spooler_(spooler), total_bytes_(total_bytes), start_(Clock::now()), last_news_(start_) {}
 
 double Progress::seconds() const {
     return SecondsSince(start_);
 }
 
-double Progress::seconds_without_bytes() const {
-    return SecondsSince(last_bytes_);
+double Progress::seconds_without_news() {
+    const std::lock_guard lock(mutex_);
+    return SecondsSince(last_news_);
 }
 
 void Progress::Update(const host::JobProgress& job) {
+    const std::lock_guard lock(mutex_);
     ShowStatusChanges();
     if (job.refusals > 0) {
         ShowRefusal(job.refusals);
         return;
     }
-    last_bytes_ = Clock::now();
+    last_news_ = Clock::now();
     ShowBytes(job.bytes_taken);
 }
 
+void Progress::Look() {
+    const std::lock_guard lock(mutex_);
+    ShowStatusChanges();
+}
+
 void Progress::Finish() {
+    const std::lock_guard lock(mutex_);
     ShowStatusChanges();
     Show(L"the job is closed");
 }
@@ -49,6 +57,7 @@ void Progress::ShowStatusChanges() {
     for (const WinspoolCall& call : spooler_.CallsSince(calls_seen_)) {
         ++calls_seen_;
         if (SetsPrinterStatus(call)) {
+            last_news_ = Clock::now();
             Show(L"printer status " + DescribePrinterStatus(call.status));
         }
     }

@@ -14,9 +14,9 @@ std::unique_ptr<PrinterSession> NewSession() {
 }
 
 constexpr Protocol kProtocols[] = {
-    {L"raw", L"raw TCP", 2, 9100, L"", false, NewSession<RawSession>},
-    {L"lpr", L"LPR", 0, 515, L"KSPQueue", true, NewSession<LprSession>},
-    {L"xlpr", L"XLPR", 1, 515, L"KSPQueue", false, NewSession<LprSession>},
+    {L"raw", L"raw TCP", 2, 9100, L"", false, false, NewSession<RawSession>},
+    {L"lpr", L"LPR", 0, 515, L"KSPQueue", true, true, NewSession<LprSession>},
+    {L"xlpr", L"XLPR", 1, 515, L"KSPQueue", false, true, NewSession<LprSession>},
 };
 
 }  // namespace

@@ -32,6 +32,7 @@ struct Protocol {
     uint16_t port;            // TCP port of the printer
     const wchar_t* queue;     // QueueName of the port
     bool delivers_at_end;     // the job is spooled, and connects when it has ended
+    bool has_answers;         // the printer says something
     std::unique_ptr<PrinterSession> (*new_session)();
 };
 

@@ -31,7 +31,6 @@ std::wstring StepName(host::JobStep step) {
     return L"";
 }
 
-// Whether the monitor took the whole document.
 // Bytes that are letters or digits as such, the others in hexadecimal digits.
 std::wstring DumpOf(const std::string& bytes) {
     constexpr wchar_t kDigits[] = L"0123456789ABCDEF";
@@ -50,6 +49,7 @@ std::wstring DumpOf(const std::string& bytes) {
     return text;
 }
 
+// Whether the monitor took the whole document.
 bool Complete(const JobReport& job) {
     return job.given_up.empty() && job.outcome.printed() && job.outcome.excess_bytes == 0;
 }
@@ -107,7 +107,8 @@ bool ArrivedUnchanged(const JobReport& job) {
 }
 
 bool Succeeded(const JobReport& job) {
-    return Complete(job) && (!job.delivery || ArrivedUnchanged(job));
+    return Complete(job) && (!job.delivery || ArrivedUnchanged(job)) &&
+           (!job.move || job.move->followed());
 }
 
 void ReportDelivery(const JobReport& job) {
@@ -131,6 +132,14 @@ void ReportDelivery(const JobReport& job) {
     if (!complete) {
         PrintField(L"failure", Failure(job));
     }
+}
+
+void ReportMove(const PrinterMove& move) {
+    PrintHeading(L"Where the printer is");
+    PrintField(L"was at", move.from);
+    PrintField(L"is at", move.to);
+    PrintField(L"IpAddress", move.recorded + L" in the port's registry entry: " +
+                                 (move.followed() ? L"followed" : L"NOT FOLLOWED"));
 }
 
 void ReportConfirmation(const std::string& asked, const std::string& answered) {
@@ -191,12 +200,6 @@ void ReportRegistryEntry(const host::MemoryRegistry& registry, const std::wstrin
 
 void ReportLog(const std::vector<std::wstring>& lines) {
     PrintHeading(L"The monitor's log at TRACE: " + Counted(lines.size(), L"line"));
-    if (MissesDiscoveryLibrary(lines)) {
-        PrintLine(
-            L"  (The ERROR lines about Oryx: the discovery library, which asks printers how they");
-        PrintLine(
-            L"  are, is not part of this program. Without it the status is \"server unknown\".)");
-    }
     for (const std::wstring& line : FoldRepeats(lines, LogLineKey)) {
         PrintLine(L"  " + line);
     }
@@ -207,6 +210,8 @@ void ReportVerdict(const JobReport& job) {
     if (Succeeded(job)) {
         PrintHeading(job.delivery ? L"OK: " + bytes + L" sent, identical bytes received."
                                   : L"OK: the printer took " + bytes + L".");
+    } else if (Complete(job) && job.move && !job.move->followed()) {
+        PrintHeading(L"FAILED: the port's registry entry does not say where the printer is.");
     } else if (Complete(job)) {
         PrintHeading(L"FAILED: what the printer received differs from what was sent.");
     } else {

@@ -7,6 +7,7 @@
 #include "tools/host/job_runner.h"
 #include "tools/host/memory_registry.h"
 #include "tools/print/demo_printer.h"
+#include "tools/print/printer_move.h"
 #include "tools/print/spooler.h"
 
 namespace ksp::print {
@@ -19,14 +20,17 @@ struct JobReport {
     uint64_t document_bytes = 0;
     std::wstring document_sha256;
     std::optional<Delivery> delivery;  // nothing when a real printer received it
+    std::optional<PrinterMove> move;   // of a printer that had to be found
 };
 
 // Whether the printer received exactly the document. Nothing is the same as an unknown digest.
 [[nodiscard]] bool ArrivedUnchanged(const JobReport& job);
-// Whether the monitor took the whole job and, where that can be seen, it arrived unchanged.
+// Whether the monitor took the whole job and, where that can be seen, it arrived unchanged and a
+// printer that moved was followed.
 [[nodiscard]] bool Succeeded(const JobReport& job);
 
 void ReportDelivery(const JobReport& job);
+void ReportMove(const PrinterMove& move);
 // The exchange by which an ID-print printer says that it is there.
 void ReportConfirmation(const std::string& asked, const std::string& answered);
 // Line by line, each beside its bytes.

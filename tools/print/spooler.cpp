@@ -53,14 +53,14 @@ void Spooler::AddJob(const std::wstring& printer, DWORD job_id, const std::wstri
     table_->PutJob(printer.c_str(), &job);
 }
 
-bool Spooler::IsPrinterInTrouble() const {
-    bool trouble = false;
+DWORD Spooler::PrinterStatus() const {
+    DWORD status = 0;
     for (const WinspoolCall& call : CallsSince(0)) {
         if (SetsPrinterStatus(call)) {
-            trouble = call.status != 0;
+            status = call.status;
         }
     }
-    return trouble;
+    return status;
 }
 
 void Spooler::DeleteJob(const std::wstring& printer, DWORD job_id) {

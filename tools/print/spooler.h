@@ -27,8 +27,8 @@ class Spooler {
     void AddJob(const std::wstring& printer, DWORD job_id, const std::wstring& document,
                 uint64_t size);
 
-    // Whether the last printer status that the monitor told says that something is wrong.
-    [[nodiscard]] bool IsPrinterInTrouble() const;
+    // The last one that the monitor told; 0 before.
+    [[nodiscard]] DWORD PrinterStatus() const;
     // As somebody does who looks at the queue; the monitor gives the job up when it next asks.
     void DeleteJob(const std::wstring& printer, DWORD job_id);
 

@@ -50,6 +50,9 @@ constexpr const wchar_t* kFunctionNames[] = {
     L"GetPrinterDriver",
     L"ImpersonatePrinterClient",
     L"RevertToPrinterSelf",
+    L"XcvData",
+    L"AddMonitor",
+    L"DeleteMonitor",
 };
 static_assert(std::size(kFunctionNames) == WinspoolFunctionCount);
 constexpr size_t kNameWidth = 14;

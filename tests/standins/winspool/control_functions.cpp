@@ -108,6 +108,30 @@ BOOL WINAPI RemovePort(const wchar_t* name) {
     return std::erase_if(spooler->ports, [&](const Port& port) { return port.name == wanted; }) > 0;
 }
 
+void WINAPI PutMonitor(const wchar_t* name, const wchar_t* library) {
+    const LockedSpooler spooler;
+    Monitor* existing = spooler->FindMonitor(NameFrom(name));
+    Monitor& target = existing != nullptr ? *existing : spooler->monitors.emplace_back();
+    target = {NameFrom(name), NameFrom(library)};
+}
+
+BOOL WINAPI GetMonitorLibrary(const wchar_t* name, wchar_t library[WINSPOOL_CALL_TEXT]) {
+    const LockedSpooler spooler;
+    const Monitor* monitor = spooler->FindMonitor(NameFrom(name));
+    if (monitor == nullptr) {
+        return FALSE;
+    }
+    wchar_t text[WINSPOOL_CALL_TEXT] = {};
+    CopyCut(monitor->library, text);
+    std::copy(std::begin(text), std::end(text), library);
+    return TRUE;
+}
+
+void WINAPI SetXcvHandler(WinspoolXcvHandler handler, void* context) {
+    const LockedSpooler spooler;
+    spooler->xcv_handler = {handler, context};
+}
+
 DWORD WINAPI CallCount() {
     const LockedSpooler spooler;
     return static_cast<DWORD>(spooler->calls.size());
@@ -173,6 +197,9 @@ constexpr WinspoolControlTable kTable = {
     SetJobStatus,
     PutPort,
     RemovePort,
+    PutMonitor,
+    GetMonitorLibrary,
+    SetXcvHandler,
     CallCount,
     GetCall,
     ClearCalls,

@@ -46,15 +46,17 @@ using ksp::standins::AppendPort1;
 using ksp::standins::AppendPort2;
 using ksp::standins::BeginCall;
 using ksp::standins::ClientToken;
+using ksp::standins::CopyCut;
 using ksp::standins::ListPorts;
 using ksp::standins::RunCall;
 using ksp::standins::SpoolerModel;
 
 extern "C" {
 
-BOOL WINAPI EnumPortsW(LPWSTR /*pName*/, DWORD Level, LPBYTE pPorts, DWORD cbBuf, LPDWORD pcbNeeded,
+BOOL WINAPI EnumPortsW(LPWSTR pName, DWORD Level, LPBYTE pPorts, DWORD cbBuf, LPDWORD pcbNeeded,
                        LPDWORD pcReturned) {
     WinspoolCall call = BeginCall(WinspoolEnumPorts);
+    CopyCut(pName == nullptr ? L"" : pName, call.printer);
     call.level = Level;
     call.buffer_size = cbBuf;
     *pcbNeeded = 0;

@@ -45,6 +45,11 @@ BOOL WINAPI OpenPrinterW(LPWSTR pPrinterName, LPHANDLE phPrinter, LPPRINTER_DEFA
         if (pPrinterName == nullptr || phPrinter == nullptr) {
             return ERROR_INVALID_PARAMETER;
         }
+        if (spooler.HasXcvObject(pPrinterName)) {
+            *phPrinter = spooler.OpenHandle(pPrinterName, call.access);
+            call.handle = *phPrinter;
+            return ERROR_SUCCESS;
+        }
         const Printer* printer = spooler.FindPrinter(pPrinterName);
         if (printer == nullptr) {
             return ERROR_INVALID_PRINTER_NAME;

@@ -1,6 +1,7 @@
 #include "tests/standins/winspool/spooler_model.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace ksp::standins {
 namespace {
@@ -34,6 +35,29 @@ Port* SpoolerModel::FindPort(const std::wstring& name) {
     const auto found = std::find_if(ports.begin(), ports.end(),
                                     [&](const Port& port) { return port.name == name; });
     return found == ports.end() ? nullptr : &*found;
+}
+
+Monitor* SpoolerModel::FindMonitor(const std::wstring& name) {
+    const auto found = std::find_if(monitors.begin(), monitors.end(),
+                                    [&](const Monitor& monitor) { return monitor.name == name; });
+    return found == monitors.end() ? nullptr : &*found;
+}
+
+bool SpoolerModel::HasXcvObject(const std::wstring& name) {
+    constexpr std::wstring_view kMonitor = L",XcvMonitor ";
+    constexpr std::wstring_view kPort = L",XcvPort ";
+    std::wstring object = name;
+    if (object.starts_with(L"\\\\")) {
+        object.erase(0, std::min(object.find(L'\\', 2), object.size() - 1) + 1);
+    }
+    if (object.starts_with(kMonitor)) {
+        return FindMonitor(object.substr(kMonitor.size())) != nullptr;
+    }
+    if (!object.starts_with(kPort)) {
+        return false;
+    }
+    const Port* port = FindPort(object.substr(kPort.size()));
+    return port != nullptr && FindMonitor(port->monitor_name.value_or(L"")) != nullptr;
 }
 
 OpenPrinterHandle* SpoolerModel::FindHandle(HANDLE handle) {

@@ -35,6 +35,16 @@ struct OpenPrinterHandle {
     ACCESS_MASK access = 0;
 };
 
+struct Monitor {
+    std::wstring name;
+    std::wstring library;
+};
+
+struct XcvHandler {
+    WinspoolXcvHandler function = nullptr;
+    void* context = nullptr;
+};
+
 struct Hook {
     WinspoolHook function = nullptr;
     void* context = nullptr;
@@ -45,6 +55,8 @@ struct Hook {
 struct SpoolerModel {
     std::vector<Printer> printers;
     std::vector<Port> ports;
+    std::vector<Monitor> monitors;
+    XcvHandler xcv_handler;
     std::map<ULONG_PTR, OpenPrinterHandle> handles;
     std::vector<WinspoolCall> calls;
     FaultPlan faults;
@@ -53,9 +65,14 @@ struct SpoolerModel {
     // Each is null when there is none; a handle whose printer is gone has no printer.
     Printer* FindPrinter(const std::wstring& name);
     Port* FindPort(const std::wstring& name);
+    Monitor* FindMonitor(const std::wstring& name);
     OpenPrinterHandle* FindHandle(HANDLE handle);
     Printer* FindPrinterOf(HANDLE handle);
     Job* FindJob(const std::wstring& printer, DWORD job_id);
+
+    // Whether a configuration channel of that name can be opened: "[\\SERVER\],XcvMonitor NAME" or
+    // "[\\SERVER\],XcvPort NAME".
+    bool HasXcvObject(const std::wstring& name);
 
     HANDLE OpenHandle(const std::wstring& printer, ACCESS_MASK access);
 };

@@ -1,0 +1,224 @@
+#include <gmock/gmock.h>
+
+#include <cstring>
+#include <memory>
+
+#include "ports/port_record_forms.h"
+#include "tests/host/discovery_control.h"
+#include "tests/host/winspool_control.h"
+#include "tests/idprint/confirmation_service.h"
+#include "tests/standins/loopback_printer.h"
+#include "tests/tools/captured_output.h"
+#include "tests/tools/machine_settings.h"
+
+namespace ksp::test {
+namespace {
+
+using ctl::ExitCode;
+using standins::LoopbackPrinter;
+using standins::PrinterBehavior;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr char kStatusOid[] = "1.3.6.1.2.1.25.3.5.1.1";
+constexpr char kErrorsOid[] = "1.3.6.1.2.1.25.3.5.1.2";
+
+// `kspctl test` on a port whose record the spooler's monitor gives out, with printers on the
+// loopback and the stand-in for the discovery library.
+class KspctlCheckTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(spooler_.Connect());
+        spooler_.Reset();
+        spooler_.PutMonitor(L"Kestrel Print Port");
+        spooler_.PutPort(L"Office", L"Kestrel Print Port");
+        spooler_.SetXcvHandler([this](const std::wstring&, const wchar_t* command, std::span<BYTE>,
+                                      std::span<BYTE> output,
+                                      DWORD*) { return Answer(command, output); });
+        ASSERT_TRUE(network_.Connect());
+        network_.Reset();
+        port_.PortName = L"Office";
+        port_.ProtocolID = 2;
+        port_.PortNumber = kRawPort;
+        port_.PrinterAddressType = 1;
+    }
+
+    void TearDown() override {
+        EXPECT_EQ(network_.Leftovers(), "");
+        EXPECT_EQ(spooler_.OpenHandles().size(), 0u);
+        spooler_.Reset();
+    }
+
+    DWORD Answer(const std::wstring& command, std::span<BYTE> output) const {
+        const DWORD yes = 1;
+        if (command == L"GetPortConfig") {
+            const auto record = std::make_unique<XcvPortInfo>();
+            EXPECT_TRUE(FillRecord(port_, *record));
+            std::memcpy(output.data(), record.get(), sizeof(*record));
+        } else {
+            std::memcpy(output.data(), command == L"IsKspPort" ? &yes : &type_, sizeof(yes));
+        }
+        return ERROR_SUCCESS;
+    }
+
+    void Announce(const std::string& address, std::uint8_t state, std::uint8_t errors) {
+        network_.AddDevice({.address = address, .mac = "0026AB123456", .name = "Kestrel 9"});
+        network_.SetValue(address, kStatusOid, {state, 0, 0, 0});
+        network_.SetValue(address, kErrorsOid, {errors});
+    }
+
+    // The line of a step.
+    static std::wstring Step(const KspctlRun& run, const std::wstring& name) {
+        for (const std::wstring& line : run.lines) {
+            if (line.substr(11).starts_with(name)) {
+                return line;
+            }
+        }
+        return L"";
+    }
+
+    MachineSettings settings_;
+    WinspoolControl spooler_;
+    DiscoveryControl network_;
+    CPortInfo port_;
+    DWORD type_ = 1;
+};
+
+TEST_F(KspctlCheckTest, APrinterThatAnswersPassesAndReceivesNothing) {
+    LoopbackPrinter printer;
+    ASSERT_TRUE(printer.ready());
+    port_.PrinterAddress = printer.wide_address();
+    Announce(printer.address(), 3, 0);
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    ASSERT_EQ(run.code, ExitCode::kDone);
+    for (const wchar_t* step : {L"record", L"address", L"connection", L"identity", L"status"}) {
+        EXPECT_THAT(Step(run, step), StartsWith(L"passed")) << step;
+    }
+    EXPECT_THAT(Step(run, L"identity"), HasSubstr(L"Kestrel 9, MAC address 0026AB123456"));
+    EXPECT_EQ(run.lines.back(), L"OK: a job on \"Office\" would arrive");
+    ASSERT_TRUE(printer.WaitForEndings(1));
+    EXPECT_TRUE(printer.received().empty());
+}
+
+TEST_F(KspctlCheckTest, APrinterThatRefusesFailsWithTheStepAndAnAdvice) {
+    LoopbackPrinter printer({.answer = PrinterBehavior::Answer::kRefuse});
+    ASSERT_TRUE(printer.ready());
+    port_.PrinterAddress = printer.wide_address();
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    ASSERT_EQ(run.code, ExitCode::kPrinterSilent);
+    EXPECT_THAT(Step(run, L"connection"), StartsWith(L"failed"));
+    EXPECT_THAT(run.lines[3], HasSubstr(L"-> a device is there and does not take jobs"));
+    EXPECT_THAT(run.errors.front(), HasSubstr(L"would not arrive; connection: "));
+}
+
+TEST_F(KspctlCheckTest, ANameWithoutAnAddressFailsAndNothingElseIsTried) {
+    port_.PrinterAddress = L"no such printer.invalid";
+    port_.PrinterAddressType = 2;
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
+    EXPECT_THAT(Step(run, L"address"), StartsWith(L"failed"));
+    EXPECT_EQ(Step(run, L"connection"), L"");
+}
+
+TEST_F(KspctlCheckTest, ARecordThatCannotPrintFailsAtOnce) {
+    port_.PrinterAddress = L"127.0.0.1";
+    port_.ProtocolID = 3;
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
+    EXPECT_THAT(Step(run, L"record"), StartsWith(L"failed"));
+    EXPECT_EQ(Step(run, L"address"), L"");
+}
+
+TEST_F(KspctlCheckTest, TroubleAtThePrinterIsTold) {
+    LoopbackPrinter printer;
+    ASSERT_TRUE(printer.ready());
+    port_.PrinterAddress = printer.wide_address();
+    Announce(printer.address(), 1, 0x08);  // door open
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kDone);
+    EXPECT_THAT(Step(run, L"status"), StartsWith(L"attention"));
+    EXPECT_THAT(Step(run, L"status"), HasSubstr(L"door open"));
+}
+
+TEST_F(KspctlCheckTest, ADeviceThatTellsNothingNeedsAttention) {
+    LoopbackPrinter printer;
+    ASSERT_TRUE(printer.ready());
+    port_.PrinterAddress = printer.wide_address();
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kDone);
+    EXPECT_THAT(Step(run, L"identity"), StartsWith(L"attention"));
+    EXPECT_THAT(Step(run, L"status"), StartsWith(L"attention"));
+}
+
+TEST_F(KspctlCheckTest, ATrackedPrinterIsFoundWhereItMovedTo) {
+    LoopbackPrinter printer;
+    ASSERT_TRUE(printer.ready());
+    port_.PrinterAddress = L"prn01";
+    port_.PrinterAddressType = 4;
+    port_.IpAddress = L"127.255.0.1";
+    port_.MacAddress = L"0026AB123456";
+    Announce(printer.address(), 3, 0);
+    KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kDone);
+    EXPECT_THAT(Step(run, L"address"), StartsWith(L"attention"));
+    EXPECT_THAT(Step(run, L"address"), HasSubstr(L"to " + printer.wide_address()));
+    port_.IpAddress = printer.wide_address();
+    run = RunKspctl({L"test", L"Office"});
+    EXPECT_THAT(Step(run, L"address"), StartsWith(L"passed"));
+}
+
+TEST_F(KspctlCheckTest, AnLprQueueIsAskedForItsState) {
+    LoopbackPrinter printer({.close_after = 7,
+                             .responder =
+                                 [](const std::vector<uint8_t>& received) {
+                                     return received.size() == 7
+                                                ? std::string("\nauto is ready\nno entries\n")
+                                                : std::string();
+                                 }},
+                            {"", 515});
+    ASSERT_TRUE(printer.ready());
+    port_.PrinterAddress = printer.wide_address();
+    port_.ProtocolID = 0;
+    port_.PortNumber = 515;
+    port_.QueueName = L"auto";
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kDone);
+    EXPECT_THAT(Step(run, L"queue"), HasSubstr(L"the printer says: auto is ready"));
+    const auto received = printer.received();
+    EXPECT_EQ(std::string(received.begin(), received.end()),
+              "\x03"
+              "auto \n");
+}
+
+TEST_F(KspctlCheckTest, AnIdPrintPrinterIsAskedWhetherItIsThere) {
+    LoopbackPrinter printer;
+    ASSERT_TRUE(printer.ready());
+    constexpr std::uint16_t kCheckPort = 9102;
+    type_ = 2;
+    port_.PrinterAddress = printer.wide_address();
+    port_.CheckPortNo = kCheckPort;
+    KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
+    EXPECT_THAT(Step(run, L"reachability"), StartsWith(L"failed"));
+
+    ConfirmationService service(Ready(), {printer.address(), kCheckPort});
+    ASSERT_TRUE(service.ready());
+    run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kDone);
+    EXPECT_THAT(Step(run, L"reachability"), StartsWith(L"passed"));
+    EXPECT_THAT(service.Requests(1), ::testing::ElementsAre("CONF_REQ"));
+}
+
+TEST_F(KspctlCheckTest, JsonHoldsEveryStep) {
+    port_.PrinterAddress = L"";
+    const KspctlRun run = RunKspctl({L"test", L"--json", L"Office"});
+    ASSERT_EQ(run.code, ExitCode::kPrinterSilent);
+    ASSERT_EQ(run.lines.size(), 1u);
+    EXPECT_THAT(run.lines[0],
+                StartsWith(L"{\"port\":\"Office\",\"steps\":[{\"step\":\"record\",\"result\":"
+                           L"\"failed\",\"milliseconds\":"));
+    EXPECT_TRUE(run.lines[0].ends_with(L"}],\"arrives\":false}"));
+}
+
+}  // namespace
+}  // namespace ksp::test

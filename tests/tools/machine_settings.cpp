@@ -1,0 +1,33 @@
+#include "tests/tools/machine_settings.h"
+
+#include "tests/host/discovery_control.h"
+#include "tools/kspctl/machine_registry.h"
+
+namespace ksp::test {
+namespace {
+
+constexpr MonitorType kTypes[] = {MonitorType::kOrdinary, MonitorType::kIdPrint};
+
+}  // namespace
+
+MachineSettings::MachineSettings() {
+    ctl::MachineRegistry registry;
+    for (const MonitorType type : kTypes) {
+        CRegistryKey key;
+        static_cast<void>(registry.Create(ctl::SoftwareKeyPath(type), &key));
+        key.WriteText(L"ExeDirectory", DiscoveryControl::FullDirectory());
+        for (const wchar_t* name :
+             {L"WaitServerReplyTimeout", L"WaitStatusReplyTimeout", L"WaitPrinterValueTimeout"}) {
+            key.WriteDword(name, 1);
+        }
+    }
+}
+
+MachineSettings::~MachineSettings() {
+    ctl::MachineRegistry registry;
+    for (const MonitorType type : kTypes) {
+        registry.DeleteTree(ctl::SoftwareKeyPath(type));
+    }
+}
+
+}  // namespace ksp::test

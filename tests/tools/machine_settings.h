@@ -1,0 +1,16 @@
+#pragma once
+
+namespace ksp::test {
+
+// The monitor's settings in the registry of the machine that the tests run on, of both kinds of the
+// monitor: short time-outs, and the stand-in for the discovery library. All of them are removed at
+// the end.
+class MachineSettings {
+  public:
+    MachineSettings();
+    ~MachineSettings();
+    MachineSettings(const MachineSettings&) = delete;
+    MachineSettings& operator=(const MachineSettings&) = delete;
+};
+
+}  // namespace ksp::test

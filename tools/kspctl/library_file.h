@@ -1,0 +1,20 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace ksp::ctl {
+
+// The library's file on this computer. The spooler loads it from the system directory.
+
+// The name without its directory.
+[[nodiscard]] std::wstring FileNameOf(const std::wstring& path);
+[[nodiscard]] bool FileExists(const std::wstring& path);
+
+// Copies the library into the system directory, from the given path or from beside this program. A
+// file that is the system directory's own is left alone, and so is a bare name that does not lie
+// beside this program: it is taken to be there. A Windows code.
+[[nodiscard]] DWORD PlaceLibrary(const std::wstring& library);
+
+}  // namespace ksp::ctl

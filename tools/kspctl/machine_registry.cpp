@@ -1,0 +1,42 @@
+#include "tools/kspctl/machine_registry.h"
+
+namespace ksp::ctl {
+
+LONG MachineRegistry::Connect(const std::wstring& unc_name) {
+    if (unc_name.empty()) {
+        return ERROR_SUCCESS;
+    }
+    const LONG code =
+        ::RegConnectRegistryW(unc_name.c_str(), HKEY_LOCAL_MACHINE, remote_.Receive());
+    if (code == ERROR_SUCCESS) {
+        root_ = remote_.Get();
+    }
+    return code;
+}
+
+LONG MachineRegistry::Open(const std::wstring& path, REGSAM rights, CRegistryKey* key) {
+    return key->Open(access_, root_, path.c_str(), rights);
+}
+
+LONG MachineRegistry::Create(const std::wstring& path, CRegistryKey* key, bool* created) {
+    if (created != nullptr) {
+        CRegistryKey existing;
+        *created = Open(path, KEY_READ, &existing) != ERROR_SUCCESS;
+    }
+    return key->Create(access_, root_, path.c_str(), KEY_READ | KEY_WRITE);
+}
+
+LONG MachineRegistry::DeleteTree(const std::wstring& path) {
+    return ::RegDeleteTreeW(root_, path.c_str());
+}
+
+std::wstring MonitorKeyPath(const std::wstring& monitor) {
+    return L"SYSTEM\\CurrentControlSet\\Control\\Print\\Monitors\\" + monitor;
+}
+
+std::wstring SoftwareKeyPath(MonitorType type) {
+    return type == MonitorType::kIdPrint ? L"SOFTWARE\\Kestrel\\Kestrel Print(ID Print)"
+                                         : L"SOFTWARE\\Kestrel\\Kestrel Print";
+}
+
+}  // namespace ksp::ctl

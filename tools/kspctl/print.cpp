@@ -1,0 +1,66 @@
+#include <vector>
+
+#include "tools/kspctl/commands.h"
+#include "tools/kspctl/library_file.h"
+#include "tools/kspctl/port_fields.h"
+#include "tools/kspctl/print_host.h"
+#include "tools/kspctl/session.h"
+#include "tools/kspctl/settings_table.h"
+
+namespace ksp::ctl {
+namespace {
+
+std::wstring ExeDirectory(MonitorType type) {
+    MachineRegistry registry;
+    CRegistryKey key;
+    if (registry.Open(SoftwareKeyPath(type), KEY_READ, &key) != ERROR_SUCCESS) {
+        return L"";
+    }
+    return ReadSetting(*FindSetting(L"ExeDirectory"), registry, key).value_or(L"");
+}
+
+}  // namespace
+
+Problem Print(const Request& request, Output& output) {
+    const std::wstring& port = request.arguments[0];
+    const std::wstring& file = request.arguments[1];
+    if (!FileExists(file)) {
+        return WrongUsage(L"there is no file " + Quoted(file));
+    }
+    CPortInfo info;
+    MonitorType type = MonitorType::kNone;
+    {
+        XcvHandle monitor;
+        if (Problem problem = OpenPort(request, port, Access::kRead, &monitor); problem) {
+            return problem;
+        }
+        if (Problem problem = ReadRecord(monitor, port, &info); problem) {
+            return problem;
+        }
+        if (const DWORD code = AskMonitorType(monitor, &type); code != ERROR_SUCCESS) {
+            return SystemFailure(L"the monitor does not tell what it is", code);
+        }
+    }
+    std::vector<std::wstring> arguments;
+    if (type == MonitorType::kIdPrint) {
+        arguments.emplace_back(L"--id-print");
+    }
+    if (const std::wstring directory = ExeDirectory(type); !directory.empty()) {
+        arguments.insert(arguments.end(), {L"--exe-directory", directory});
+    }
+    if (const auto patience = request.Value(L"--patience"); patience) {
+        std::uint32_t seconds = 0;
+        if (Problem problem = ParseNumber(L"--patience", *patience, &seconds); problem) {
+            return problem;
+        }
+        arguments.insert(arguments.end(), {L"--patience", *patience});
+    }
+    arguments.insert(arguments.end(), {L"--", file});
+    if (Problem problem = RunPrintHost(info, arguments); problem) {
+        return problem;
+    }
+    output.Line(L"printed " + Quoted(file) + L" through the port " + Quoted(port));
+    return std::nullopt;
+}
+
+}  // namespace ksp::ctl
