@@ -16,6 +16,7 @@
 #include "support/folded_text.h"
 #include "support/log_rotation.h"
 #include "tests/fuzz/mutation.h"
+#include "tests/fuzz/snmp_computing.h"
 
 namespace ksp::test {
 
@@ -316,6 +317,11 @@ std::string CheckForm(Form form, std::string_view input) {
             return CheckLprCommands(input);
         case Form::kNotifierCommand:
             return CheckNotifierCommand(input);
+        case Form::kSnmpDatagram:
+        case Form::kMimeMessage:
+        case Form::kBase64:
+        case Form::kXmlText:
+            return CheckSnmpForm(form, input);
     }
     return "no such form";
 }

@@ -22,8 +22,13 @@ enum class Form {
     kLogFileName,
     kLprCommands,
     kNotifierCommand,
+    // The discovery library's.
+    kSnmpDatagram,
+    kMimeMessage,
+    kBase64,
+    kXmlText,
 };
-inline constexpr int kForms = 9;
+inline constexpr int kForms = 13;
 
 // What is wrong with the result; empty when everything is right.
 [[nodiscard]] std::string CheckForm(Form form, std::string_view input);

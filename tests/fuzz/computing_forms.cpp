@@ -1,5 +1,6 @@
 #include "tests/fuzz/computing.h"
 #include "tests/fuzz/mutation.h"
+#include "tests/fuzz/snmp_computing.h"
 #include "tests/fuzz/valid_forms.h"
 
 namespace ksp::test {
@@ -41,6 +42,11 @@ std::string MakeForm(Form form, Random& random) {
             return RandomBytes(random, 6 + random.Below(300));
         case Form::kNotifierCommand:
             return NumbersAndText(random, 0);
+        case Form::kSnmpDatagram:
+        case Form::kMimeMessage:
+        case Form::kBase64:
+        case Form::kXmlText:
+            return MakeSnmpForm(form, random);
     }
     return "";
 }
