@@ -10,8 +10,8 @@ namespace ksp::bench {
 // How much is measured: everything as documented, or a glance that only shows that it works.
 struct Extent {
     size_t rounds = 7;
-    uint64_t job = 256ULL << 20;       // bytes of a raw and an XLPR job
-    uint64_t crowd_job = 256ULL << 20; // bytes of the job on the last of many ports
+    uint64_t job = 256ULL << 20;  // bytes of a raw and an XLPR job
+    uint64_t crowd_job = 16ULL << 20;  // bytes of the job on the last of many ports
     uint64_t lpr_job = 16ULL << 20;
     uint64_t long_job = 4096ULL << 20;
     size_t ports = 10'000;

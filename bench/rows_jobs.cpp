@@ -16,6 +16,10 @@ constexpr DWORD kLpr = 0;
 constexpr DWORD kXlpr = 1;
 constexpr DWORD kRaw = 2;
 
+std::string SizeText(uint64_t bytes) {
+    return Text("%llu MiB", static_cast<unsigned long long>(bytes >> 20));
+}
+
 std::string Throughputs(const Comparison& result, uint64_t bytes) {
     const double size = static_cast<double>(bytes) / kMiB;
     return Text("%.2f of the floor (%.0f and %.0f MiB/s, medians of %zu rounds)",
@@ -23,7 +27,7 @@ std::string Throughputs(const Comparison& result, uint64_t bytes) {
 }
 
 bool MeasureJob(Bench& bench, DWORD protocol, uint64_t bytes, size_t floor_chunk, double to_reach,
-                const char* work, const char* floor) {
+                const std::string& work, const char* floor) {
     if (!bench.world.StartWith(1, protocol)) {
         return false;
     }
@@ -120,18 +124,19 @@ CrowdRates MeasureRates(Bench& bench, size_t ports, uint64_t bytes) {
 
 bool MeasureRawJobs(Bench& bench) {
     return MeasureJob(bench, kRaw, bench.extent.job, kWrite, 1.0,
-                      "raw job of 256 MiB in 64 KiB writes, one port",
+                      "raw job of " + SizeText(bench.extent.job) + " in 64 KiB writes, one port",
                       "select and send of 64 KiB, bare");
 }
 
 bool MeasureXlprJobs(Bench& bench) {
     return MeasureJob(bench, kXlpr, bench.extent.job, kWrite, 1.0,
-                      "XLPR job of 256 MiB in 64 KiB writes", "as raw");
+                      "XLPR job of " + SizeText(bench.extent.job) + " in 64 KiB writes", "as raw");
 }
 
 bool MeasureLprJobs(Bench& bench) {
     return MeasureJob(bench, kLpr, bench.extent.lpr_job, 1024, 1.25,
-                      "LPR job of 16 MiB, spooling included", "select and send of 1,024 bytes, bare");
+                      "LPR job of " + SizeText(bench.extent.lpr_job) + ", spooling included",
+                      "select and send of 1,024 bytes, bare");
 }
 
 bool MeasureOneByte(Bench& bench) {
@@ -171,7 +176,7 @@ bool MeasureCrowd(Bench& bench) {
         complete = complete && counts.complete && rates.monitor > 0 && rates.plain > 0;
         if (row) {
             bench.report.Requirement(
-                Text("the same on the last of %zu ports", ports),
+                "raw job of " + SizeText(bytes) + Text(" on the last of %zu ports", ports),
                 "opening and reading every value of every key before each select and send",
                 "at most ports + 4 registry calls a write; at least 10 times the throughput",
                 Text("%.1f registry calls; %.1f times (%.2f and %.3f MiB/s, medians of 3 rounds)",
@@ -199,7 +204,7 @@ bool MeasureLongJob(Bench& bench) {
         });
     const double change = static_cast<double>(most - least) / kMiB;
     bench.report.Requirement(
-        "a job of 4 GiB", "", "memory of the process flat within 4 MiB",
+        "a job of " + SizeText(bench.extent.long_job), "", "memory of the process flat within 4 MiB",
         Text("%.2f MiB between least and most (%.1f to %.1f MiB)", change,
              static_cast<double>(least) / kMiB, static_cast<double>(most) / kMiB),
         seconds > 0 && change <= 4);
