@@ -22,9 +22,12 @@ bool CJobEvent::Signal() noexcept {
 }
 
 bool CJobEvent::Reset() noexcept {
+    if (!m_event) {
+        return false;
+    }
     const CExclusiveLock lock(m_lock);
     m_signalled = false;
-    return static_cast<bool>(m_event);
+    return true;
 }
 
 bool CJobEvent::Wait() noexcept {

@@ -242,9 +242,10 @@ TEST_F(XlprStateTest, DataThatAreNotTakenAreOfferedAgain) {
     StartDoc();
     std::string sent = Fill();
     EXPECT_EQ(state(), ChannelState::kStreamedNothing);
+    const size_t traces = Traces(L"Channel State = 13, len = 4");
     EXPECT_EQ(Write("more"), 0);
     EXPECT_EQ(state(), ChannelState::kStreamedNothing);
-    EXPECT_EQ(Traces(L"Channel State = 13, len = 4"), 1u);
+    EXPECT_EQ(Traces(L"Channel State = 13, len = 4"), traces + 1);
     EXPECT_EQ(ports_.TakeCalls().back(), kTroubled);
     printer_->StartReading();
     SetReplyTimeout(60);
