@@ -4,6 +4,7 @@
 #include <new>
 
 #include "support/log.h"
+#include "support/srw_lock.h"
 
 namespace ksp {
 
@@ -20,15 +21,20 @@ std::wstring TextOf(const CRegistryKey& key, const wchar_t* name) {
     return key.ReadText(name).value_or(std::wstring());
 }
 
-// Counts on when a subkey begins to come or go and when that is done; odd in between.
+// Counts on when a subkey begins to come or go and when that is done; odd in between. Waits while
+// somebody searches who must not be disturbed.
 class CSubkeyChange {
   public:
-    explicit CSubkeyChange(std::atomic<std::uint32_t>& changes) : m_changes(changes) { ++changes; }
+    CSubkeyChange(SRWLOCK& lock, std::atomic<std::uint32_t>& changes)
+        : m_lock(lock), m_changes(changes) {
+        ++m_changes;
+    }
     ~CSubkeyChange() { ++m_changes; }
     CSubkeyChange(const CSubkeyChange&) = delete;
     CSubkeyChange& operator=(const CSubkeyChange&) = delete;
 
   private:
+    CExclusiveLock m_lock;
     std::atomic<std::uint32_t>& m_changes;
 };
 
@@ -91,17 +97,18 @@ template <class Find>
 int CRegistryStore::FindDespiteChanges(Find find) const {
     // A subkey that comes or goes meanwhile moves the ones behind it, and the enumeration can step
     // over the one that is looked for.
-    constexpr int kMostAttempts = 4;
-    int found = 0;
-    for (int attempt = 0; found == 0 && attempt < kMostAttempts; ++attempt) {
+    constexpr int kMostAttempts = 3;
+    for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
         const std::uint32_t changes = m_subkeyChanges.load();
-        found = find();
+        const int found = find();
         const bool changing = changes % 2 != 0;
-        if (!changing && changes == m_subkeyChanges.load()) {
-            break;
+        if (found != 0 || (!changing && changes == m_subkeyChanges.load())) {
+            return found;
         }
     }
-    return found;
+    // Where ports come and go all the time, they wait for this one search.
+    const CSharedLock undisturbed(m_subkeyLock);
+    return find();
 }
 
 int CRegistryStore::ReadPort(const wchar_t* name, CPortInfo& info) {
@@ -254,7 +261,7 @@ void CRegistryStore::SaveValues(const CRegistryKey& key, const CPortInfo& info,
 int CRegistryStore::AddPortKey(const CPortInfo& info) {
     CRegistryKey key;
     {
-        const CSubkeyChange change(m_subkeyChanges);
+        const CSubkeyChange change(m_subkeyLock, m_subkeyChanges);
         if (key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(), kReadWrite) !=
             ERROR_SUCCESS) {
             Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());
@@ -299,7 +306,7 @@ int CRegistryStore::UpdateMacAddress(const CPortInfo& info) {
 }
 
 int CRegistryStore::DeletePortKey(const std::wstring& name) {
-    const CSubkeyChange change(m_subkeyChanges);
+    const CSubkeyChange change(m_subkeyLock, m_subkeyChanges);
     if (m_access.DeleteKey(m_portsKey.Get(), name.c_str()) != ERROR_SUCCESS) {
         Log(LogLevel::kError, L"Unable to delete key ( %s )", name.c_str());
         return 0;

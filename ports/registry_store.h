@@ -111,7 +111,8 @@ class CRegistryStore : public ILogSettings {
     CRegistryKey m_portsKey;
     CRegistryKey m_softwareKey;
     MonitorType m_type = MonitorType::kNone;
-    std::atomic<std::uint32_t> m_subkeyChanges{0};  // odd while a port's key comes or goes
+    mutable SRWLOCK m_subkeyLock{};                 // exclusively while a port's key comes or goes
+    std::atomic<std::uint32_t> m_subkeyChanges{0};  // odd in that time
     CAddressTypeCache m_addressTypes;
 };
 

@@ -5,8 +5,9 @@
 //
 // The moment is a change of the registry, counted from 1 within the scenario: it is not carried out
 // any more. Of the rotation of the log, which happens at the start, the moments are 1 before and 2
-// behind the storing of its index. At the moment the file "there" appears in the directory. A scenario that ends before
-// its moment ends the process with 42; everything that does not work as it should, with 1.
+// behind the storing of its index. At the moment the file "there" appears in the directory. A
+// scenario that ends before its moment ends the process with 42; everything that does not work as
+// it should, with 1.
 
 #include <windows.h>
 #include <shellapi.h>

@@ -1,5 +1,5 @@
-// The spooler is killed in the middle of something, and started again: every whole port is there and
-// prints, the log consists of whole lines, and what was under way can be done anew.
+// The spooler is killed in the middle of something, and started again: every whole port is there
+// and prints, the log consists of whole lines, and what was under way can be done anew.
 
 #include <filesystem>
 #include <fstream>
@@ -217,8 +217,11 @@ TEST_F(DeathTest, InTheDeliveryOfASpooledJob) {
     lpd_.emplace(slow);
     ASSERT_TRUE(lpd_->ready());
     PrepareWorld();
-    ASSERT_EQ(KillAt(L"delivery", 0, [this] { return lpd_->connections().size() == 1 &&
-                                                     lpd_->connections()[0].commands.size() == 3; }),
+    ASSERT_EQ(KillAt(L"delivery", 0,
+                     [this] {
+                         return lpd_->connections().size() == 1 &&
+                                lpd_->connections()[0].commands.size() == 3;
+                     }),
               Fate::kKilled);
     ASSERT_TRUE(std::filesystem::exists(directory() + L"\\ksp000"));
     lpd_->ReleaseAnswers();

@@ -52,11 +52,10 @@ class MovingPrinterTest : public MonitorDiscoveryTest,
                                 PrinterBehavior{.answer = PrinterBehavior::Answer::kRefuse});
     }
     static TroubledPrinter::Behavior LeavingInTheMiddle() {
-        return IsDaemon()
-                   ? TroubledPrinter::Behavior(
-                         LpdBehavior{.receive_buffer = 4096, .resets_after = 5000})
-                   : TroubledPrinter::Behavior(
-                         PrinterBehavior{.receive_buffer = 4096, .reset_after = 5000});
+        return IsDaemon() ? TroubledPrinter::Behavior(
+                                LpdBehavior{.receive_buffer = 4096, .resets_after = 5000})
+                          : TroubledPrinter::Behavior(
+                                PrinterBehavior{.receive_buffer = 4096, .reset_after = 5000});
     }
 
     // The monitor with one tracked port, whose printer is at its old place.

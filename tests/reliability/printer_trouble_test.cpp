@@ -1,5 +1,5 @@
-// A job to a printer that misbehaves. Whatever the printer does, everybody can see that something is
-// wrong, and once the printer is well again the job that its spooler did not give up is printed:
+// A job to a printer that misbehaves. Whatever the printer does, everybody can see that something
+// is wrong, and once the printer is well again the job that its spooler did not give up is printed:
 // whole, and once.
 
 #include <algorithm>
@@ -78,9 +78,8 @@ Trouble DoesNotAnswer() {
 }
 
 Trouble NeverReads() {
-    const Course daemon{LpdBehavior{.receive_buffer = kSmallBuffer, .stalls_after = 1000},
-                        {kRecovers},
-                        kMuch};
+    const Course daemon{
+        LpdBehavior{.receive_buffer = kSmallBuffer, .stalls_after = 1000}, {kRecovers}, kMuch};
     return {"NeverReads",
             {PrinterBehavior{.reads = false, .receive_buffer = kSmallBuffer}, {kRecovers}, kMuch},
             daemon,
@@ -104,22 +103,20 @@ Trouble ResetsInTheMiddle() {
     const Course daemon{LpdBehavior{.receive_buffer = kSmallBuffer, .resets_after = 5000},
                         {kDaemonReplaced},
                         kMuch};
-    return {"ResetsInTheMiddle",
-            {PrinterBehavior{.receive_buffer = kSmallBuffer, .reset_after = 5000},
-             {kReplaced},
-             kMuch},
-            daemon,
-            daemon};
+    return {
+        "ResetsInTheMiddle",
+        {PrinterBehavior{.receive_buffer = kSmallBuffer, .reset_after = 5000}, {kReplaced}, kMuch},
+        daemon,
+        daemon};
 }
 
 Trouble ClosesEarly() {
     const Course daemon{LeavesAt(LpdStep::kDataCommand), {kDaemonReplaced}, kMuch};
-    return {"ClosesEarly",
-            {PrinterBehavior{.receive_buffer = kSmallBuffer, .close_after = 5000},
-             {kReplaced},
-             kMuch},
-            daemon,
-            daemon};
+    return {
+        "ClosesEarly",
+        {PrinterBehavior{.receive_buffer = kSmallBuffer, .close_after = 5000}, {kReplaced}, kMuch},
+        daemon,
+        daemon};
 }
 
 // The power fails in the middle of the job, and comes back after a while.

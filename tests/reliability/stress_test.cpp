@@ -23,7 +23,7 @@ namespace {
 
 constexpr size_t kPorts = 8;
 constexpr unsigned kJobsPerPort = 6;  // without a time
-constexpr unsigned kBatch = 3;         // jobs from one look at the printer to the next
+constexpr unsigned kBatch = 3;        // jobs from one look at the printer to the next
 constexpr DWORD kDone = ERROR_SUCCESS;
 constexpr DWORD kRefused = ERROR_NOT_READY;
 constexpr DWORD kLpr = 0;
@@ -127,7 +127,8 @@ class StressTest : public PortCallTest, public ::testing::WithParamInterface<Reg
                 const host::JobOutcome outcome =
                     PrintDocument(port.name, port.name, job, documents.back(),
                                   {.chunk_size = 500 + random() % 30'000});
-                EXPECT_TRUE(outcome.printed()) << "at step " << static_cast<int>(outcome.failed_step);
+                EXPECT_TRUE(outcome.printed())
+                    << "at step " << static_cast<int>(outcome.failed_step);
                 EXPECT_EQ(outcome.refusals, 0u) << "the printer takes everything";
                 EXPECT_TRUE(IsReportedSent(port.name, job));
                 spooler().RemoveJob(port.name, job);
@@ -253,9 +254,9 @@ class StressTest : public PortCallTest, public ::testing::WithParamInterface<Reg
                                          static_cast<DWORD>(buffer.size()), &needed, &returned));
         std::multiset<std::wstring> names;
         for (DWORD index = 0; index < returned; ++index) {
-            names.insert(level == 1
-                             ? reinterpret_cast<const PORT_INFO_1W*>(buffer.data())[index].pName
-                             : reinterpret_cast<const PORT_INFO_2W*>(buffer.data())[index].pPortName);
+            names.insert(
+                level == 1 ? reinterpret_cast<const PORT_INFO_1W*>(buffer.data())[index].pName
+                           : reinterpret_cast<const PORT_INFO_2W*>(buffer.data())[index].pPortName);
         }
         for (const StressPort& port : ports_)
             EXPECT_EQ(names.count(port.name), 1u);
@@ -298,13 +299,14 @@ TEST_P(StressTest, EveryJobArrivesWholeOrIsReportedFailed) {
     EXPECT_GT(counts_.cut_jobs, 0u);
     EXPECT_GT(counts_.configured, 0u);
     EXPECT_GT(counts_.refused_deletions, 0u);
-    std::printf("stress: %zu jobs of %zu bytes whole; %zu jobs cut by a deletion, %zu not; "
-                "%zu ports added; %zu configurations, %zu refused; %zu deletions refused; "
-                "%zu looks\n",
-                counts_.jobs.load(), counts_.bytes.load(), counts_.cut_jobs.load(),
-                counts_.spared_jobs.load(), counts_.ports_added.load(), counts_.configured.load(),
-                counts_.refused_configurations.load(), counts_.refused_deletions.load(),
-                counts_.looks.load());
+    std::printf(
+        "stress: %zu jobs of %zu bytes whole; %zu jobs cut by a deletion, %zu not; "
+        "%zu ports added; %zu configurations, %zu refused; %zu deletions refused; "
+        "%zu looks\n",
+        counts_.jobs.load(), counts_.bytes.load(), counts_.cut_jobs.load(),
+        counts_.spared_jobs.load(), counts_.ports_added.load(), counts_.configured.load(),
+        counts_.refused_configurations.load(), counts_.refused_deletions.load(),
+        counts_.looks.load());
 }
 
 }  // namespace

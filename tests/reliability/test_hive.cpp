@@ -29,7 +29,10 @@ TestHive::~TestHive() {
 }
 
 void TestHive::Remove(const std::wstring& name) {
-    RegDeleteTreeW(HKEY_CURRENT_USER, PathOf(name).c_str());
+    // Without a name it would be everything that the user has.
+    if (!name.empty()) {
+        RegDeleteTreeW(HKEY_CURRENT_USER, PathOf(name).c_str());
+    }
 }
 
 void TestHive::SetUpMonitor(const std::wstring& directory) {
