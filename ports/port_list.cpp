@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <utility>
 
+#include "support/immortal.h"
 #include "support/srw_lock.h"
 
 namespace ksp {
 
 namespace {
+
+// Outlives every list.
+CImmortal<std::vector<_stPort>> g_noPorts;
 
 auto FindByName(const std::vector<_stPort>& ports, const std::wstring& name) {
     return std::find_if(ports.begin(), ports.end(),
@@ -24,7 +28,9 @@ auto FindById(const std::vector<_stPort>& ports, std::uint32_t id) {
 
 }  // namespace
 
-CPortList::CPortList() : m_ports(std::make_shared<const std::vector<_stPort>>()) {}
+// Without a request for memory: the list is made while the library is loaded, where a failure could
+// not be returned.
+CPortList::CPortList() : m_ports(std::shared_ptr<void>(), &g_noPorts.Get()) {}
 
 CPortList::Snapshot CPortList::Ports() const {
     const CSharedLock lock(m_snapshotLock);
