@@ -10,6 +10,8 @@ namespace {
 
 constexpr size_t kChunks = 4;
 constexpr size_t kMostRefusals = 4;
+// A busy machine is no fault.
+constexpr size_t kPatientRefusals = 20;
 // What a printer that fails needs to be seen failing, in milliseconds.
 constexpr DWORD kPrinterPause = 50;
 constexpr wchar_t kLastPort[] = L"After";
@@ -192,7 +194,7 @@ void FaultRun::PrintJob(DWORD number, const std::wstring& port, bool must_print,
     world_->WatchJob(number);
     host::JobOptions options;
     options.chunk_size = Printers::kChunk;
-    options.max_refusals = kMostRefusals;
+    options.max_refusals = fault_.boundary == Boundary::kPrinter ? kMostRefusals : kPatientRefusals;
     bool moved = false;
     options.progress = [&](const host::JobProgress& progress) {
         if (progress.refusals > 0 && refused && !moved) {

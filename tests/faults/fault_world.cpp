@@ -72,7 +72,8 @@ void FaultWorld::WriteSettings() {
     SetSetting(L"LogFileName", std::wstring(L"log.txt"));
     SetSetting(L"LogLevel", static_cast<DWORD>(LineLevel::kError));
     SetSetting(L"LPRDirectory", directory_.File(L"spool"));
-    SetSetting(L"WaitServerReplyTimeout", 1);
+    // Where no printer is silent the wait is for a busy machine only.
+    SetSetting(L"WaitServerReplyTimeout", fault_.boundary == Boundary::kPrinter ? 1 : 20);
     SetSetting(L"WaitPrinterValueTimeout", 1);
     SetSetting(L"WaitStatusReplyTimeout", 1);
     SetSetting(L"SubnetSegment", 1);

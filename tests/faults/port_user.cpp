@@ -89,7 +89,9 @@ bool PortUser::IsAsAdded(const std::vector<BYTE>& bytes) const {
     };
     const Printers& printers = world_.printers();
     const bool id_print = world_.transport() == Transport::kIdPrint;
-    return record.ProtocolID == world_.protocol() && record.PrinterAddressType == 4 &&
+    const std::wstring queue = id_print || world_.protocol() == 2 ? L"" : L"KSPQueue";
+    return text_of(record.QueueName) == queue && record.ProtocolID == world_.protocol() &&
+           record.PrinterAddressType == 4 &&
            text_of(record.PrinterAddress) == Wide(printers.second()) &&
            text_of(record.IpAddress) == Wide(printers.first()) &&
            text_of(record.MacAddress) == FaultWorld::kMac &&
