@@ -92,11 +92,29 @@ void CPrintChannel::OpenJob(std::uint32_t portId) {
     m_portId = portId;
 }
 
-void CPrintChannel::UpdatePortStatus() {
-    if (m_protocolInfo != nullptr) {
+void CPrintChannel::UpdatePortStatus() noexcept {
+    if (m_protocolInfo == nullptr) {
+        return;
+    }
+    try {
         const std::uint32_t status = PollPrinterStatus(m_protocolInfo->HostName());
         m_services.SetPortStatus(m_portId, status);
+    } catch (...) {
+        // What has been sent is sent: a write that failed for the sake of its report would be
+        // offered, and printed, again.
     }
+}
+
+std::uint32_t CPrintChannel::ConnectTo(const CSLIpAddr& address, std::uint16_t port,
+                                       ChannelState& state) {
+    return OnConnection(state, [&] {
+        m_pStreamSocket = std::make_unique<CSLStreamSocket>(address, port);
+        return m_pStreamSocket->connect();
+    });
+}
+
+std::uint32_t CPrintChannel::GoOnConnecting(ChannelState& state) {
+    return OnConnection(state, [&] { return m_pStreamSocket->selectforconnect(); });
 }
 
 std::int32_t CPrintChannel::EndStreamedDoc() {
@@ -131,14 +149,18 @@ std::int32_t CPrintChannel::AfterFailedConnect(std::uint32_t result, ChannelStat
     }
 }
 
-void CPrintChannel::CloseConnection() {
+void CPrintChannel::CloseConnection() noexcept {
     if (m_pStreamSocket) {
-        if (IsEndRequested()) {
-            // Whoever gives a job up holds the port manager's lock: a sleeping printer must not
-            // hold up every other port.
-            m_pStreamSocket->Abandon();
-        } else {
-            m_pStreamSocket->close();
+        try {
+            if (IsEndRequested()) {
+                // Whoever gives a job up holds the port manager's lock: a sleeping printer must not
+                // hold up every other port.
+                m_pStreamSocket->Abandon();
+            } else {
+                m_pStreamSocket->close();
+            }
+        } catch (...) {
+            // The socket's destructor closes it; the job that comes next must not find it.
         }
         m_pStreamSocket.reset();
     }

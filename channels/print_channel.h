@@ -61,7 +61,25 @@ class CPrintChannel {
     // What every StartDoc begins with: remembers the port and the printer's status.
     void OpenJob(std::uint32_t portId);
     // Asks the printer how it is and tells the spooler. After everything that may mean a problem.
-    void UpdatePortStatus();
+    // Fails nothing: a report that cannot be made is left out.
+    void UpdatePortStatus() noexcept;
+    // The two ways to a connection, for a channel in this state; a Windows Sockets code. The second
+    // waits for one that is being made.
+    [[nodiscard]] std::uint32_t ConnectTo(const CSLIpAddr& address, std::uint16_t port,
+                                          ChannelState& state);
+    [[nodiscard]] std::uint32_t GoOnConnecting(ChannelState& state);
+    // Runs a step on a connection that has not taken anything of the job's data. When it throws,
+    // nobody knows how far it came: the connection is given up, and the next write makes another.
+    template <class Step>
+    auto OnConnection(ChannelState& state, Step step) {
+        try {
+            return step();
+        } catch (...) {
+            CloseConnection();
+            state = ChannelState::kConnectFailed;
+            throw;
+        }
+    }
     // EndDoc of the channels that deliver while the job is written: ends the connection and gives
     // the printer its former status back.
     std::int32_t EndStreamedDoc();
@@ -69,7 +87,7 @@ class CPrintChannel {
     // 1460 keeps the pending socket, 10060 and every other failure end it. 0 to be called again, or
     // -1.
     std::int32_t AfterFailedConnect(std::uint32_t result, ChannelState& state);
-    void CloseConnection();
+    void CloseConnection() noexcept;
     // One send with the reply time-out, which is read only when there is something to wait for. A job
     // whose connection was ended from outside cannot go on: -1.
     std::int32_t SendOnce(const void* data, std::int32_t length);

@@ -72,8 +72,7 @@ std::int32_t CRawPrintChannel::ConnectAndSend(Bytes bytes) {
     if (address.getByNamePrinting(m_info.GetHostName(), CSLIpAddr::kFamily) != 0) {
         return -1;
     }
-    m_pStreamSocket = std::make_unique<CSLStreamSocket>(address, m_info.GetPortNumber());
-    return AfterConnect(m_pStreamSocket->connect(), bytes);
+    return AfterConnect(ConnectTo(address, m_info.GetPortNumber(), m_state), bytes);
 }
 
 std::int32_t CRawPrintChannel::WaitAndSend(Bytes bytes) {
@@ -81,7 +80,7 @@ std::int32_t CRawPrintChannel::WaitAndSend(Bytes bytes) {
         Log(LogLevel::kError, L"severe error, the m_pStreamSocket should be not be NULL ");
         return -1;
     }
-    return AfterConnect(m_pStreamSocket->selectforconnect(), bytes);
+    return AfterConnect(GoOnConnecting(m_state), bytes);
 }
 
 std::int32_t CRawPrintChannel::AfterConnect(std::uint32_t result, Bytes bytes) {

@@ -76,8 +76,7 @@ std::int32_t CXlprPrintChannel::ConnectAndSend(const BYTE* data, std::int32_t le
         Log(LogLevel::kTrace, L"get by name printing returned error");
         return -1;
     }
-    m_pStreamSocket = std::make_unique<CSLStreamSocket>(address, m_info.GetPortNumber());
-    const std::uint32_t result = m_pStreamSocket->connect();
+    const std::uint32_t result = ConnectTo(address, m_info.GetPortNumber(), m_state);
     Log(LogLevel::kTrace, L"StreamSocket connect return %d", result);
     return AfterConnect(result, data, length);
 }
@@ -87,7 +86,7 @@ std::int32_t CXlprPrintChannel::WaitAndSend(const BYTE* data, std::int32_t lengt
         Log(LogLevel::kError, L"severe error, the m_pStreamSocket should be not be NULL ");
         return -1;
     }
-    const std::uint32_t result = m_pStreamSocket->selectforconnect();
+    const std::uint32_t result = GoOnConnecting(m_state);
     Log(LogLevel::kTrace, L"StreamSocket selectforconnection return %d", result);
     return AfterConnect(result, data, length);
 }
@@ -97,7 +96,7 @@ std::int32_t CXlprPrintChannel::AfterConnect(std::uint32_t result, const BYTE* d
     if (result != 0) {
         return AfterFailedConnect(result, m_state);
     }
-    if (SendPrintJobInformation() != 0) {
+    if (OnConnection(m_state, [this] { return SendPrintJobInformation(); }) != 0) {
         m_state = ChannelState::kJobCommandFailed;
         UpdatePortStatus();
         return -1;
@@ -107,7 +106,8 @@ std::int32_t CXlprPrintChannel::AfterConnect(std::uint32_t result, const BYTE* d
 
 std::int32_t CXlprPrintChannel::AwaitAcknowledgement(const BYTE* data, std::int32_t length) {
     Log(LogLevel::kTrace, L"Channel State Before WaitAck = %d", Number(m_state));
-    const ChannelState outcome = SendCommands(WaitforAck());
+    const ChannelState outcome =
+        OnConnection(m_state, [this] { return SendCommands(WaitforAck()); });
     std::int32_t result = -1;
     if (outcome == ChannelState::kStreaming) {
         result = SendData(data, length);

@@ -159,9 +159,10 @@ DWORD CXcvOperations::ConfigurePort(CXcvBuffers& buffers) {
     const auto record = std::make_unique<XcvPortInfo>();
     std::memcpy(record.get(), buffers.Input(), sizeof(*record));
     CPortInfo info;
-    static_cast<void>(SetFromXcvInfo(*record, info));
+    // Half a record would leave the port without its printer, here and in the registry.
+    const bool whole = SetFromXcvInfo(*record, info) != 0;
     Log(LogLevel::kTrace, L"port data obtained...calling port manager to configure");
-    if (!m_manager.ConfigurePort(info, false)) {
+    if (!whole || !m_manager.ConfigurePort(info, false)) {
         Log(LogLevel::kError, L"error configuring port");
         return ERROR_INVALID_DATA;
     }

@@ -4,11 +4,21 @@
 #include <iterator>
 #include <utility>
 
+#include "support/immortal.h"
 #include "support/srw_lock.h"
 
 namespace ksp {
 
-CPortList::CPortList() : m_ports(std::make_shared<const CPortArray>()) {}
+namespace {
+
+// Outlives every list.
+CImmortal<CPortArray> g_noPorts;
+
+}  // namespace
+
+// Without a request for memory: the list is made while the library is loaded, where a failure could
+// not be returned.
+CPortList::CPortList() : m_ports(std::shared_ptr<void>(), &g_noPorts.Get()) {}
 
 CPortList::Snapshot CPortList::Ports() const {
     const CSharedLock lock(m_snapshotLock);

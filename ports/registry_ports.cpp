@@ -262,8 +262,9 @@ int CRegistryStore::AddPortKey(const CPortInfo& info) {
     CRegistryKey key;
     {
         const CSubkeyChange change(m_subkeyLock, m_subkeyChanges);
-        if (key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(), kReadWrite) !=
-            ERROR_SUCCESS) {
+        // Without a Ports key the port would become a key of the monitor's root, where nobody looks.
+        if (!m_portsKey.IsOpen() || key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(),
+                                               kReadWrite) != ERROR_SUCCESS) {
             Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());
             return 0;
         }

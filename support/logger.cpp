@@ -76,8 +76,7 @@ bool CLogger::Start(ILogSettings& settings) noexcept {
         started = false;
     }
     if (!started) {
-        m_directory = std::wstring();
-        m_fileName = std::wstring();
+        ForgetFile();
         m_lock.Delete();
         return false;
     }
@@ -95,9 +94,14 @@ void CLogger::Stop() noexcept {
     m_threshold = kNothing;
     m_file.Close();
     m_file.SetPath(nullptr);
-    m_directory = std::wstring();
-    m_fileName = std::wstring();
+    ForgetFile();
     m_lock.Delete();
+}
+
+// By swapping: an assignment may keep the memory, and this object's destructor never runs.
+void CLogger::ForgetFile() noexcept {
+    std::wstring().swap(m_directory);
+    std::wstring().swap(m_fileName);
 }
 
 void CLogger::ApplySettings(ILogSettings& settings) {

@@ -62,6 +62,7 @@ class CLogger {
     static constexpr std::uint32_t kNothing = 0xFFFFFFFF;
 
     void ApplySettings(ILogSettings& settings);
+    void ForgetFile() noexcept;
     [[nodiscard]] bool CreateLogDirectory() const;
     [[nodiscard]] std::wstring PathOf(const std::wstring& fileName) const;
     // What follows is called under the lock.

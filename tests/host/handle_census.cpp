@@ -59,4 +59,18 @@ HandleCensus NewHandles(const HandleCensus& before, const HandleCensus& after) {
     return more;
 }
 
+HandleCensus LeakedHandles(const HandleCensus& before, const HandleCensus& after) {
+    HandleCensus more = NewHandles(before, after);
+    HandleCensus leaked;
+    for (const wchar_t* kind : {L"File", L"Key", L"Process"}) {
+        if (more[kind] > 0) {
+            leaked[kind] = more[kind];
+        }
+    }
+    if (more[L"Event"] > more[L"Thread"]) {
+        leaked[L"Event"] = more[L"Event"] - more[L"Thread"];
+    }
+    return leaked;
+}
+
 }  // namespace ksp::test

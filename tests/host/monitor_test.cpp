@@ -9,25 +9,6 @@ constexpr wchar_t kOrdinarySoftwareKey[] = L"SOFTWARE\\Kestrel\\Kestrel Print";
 constexpr wchar_t kIdPrintSoftwareKey[] = L"SOFTWARE\\Kestrel\\Kestrel Print(ID Print)";
 constexpr DWORD kIdPrint = 2;
 
-// The handles that a test left open, of the kinds that a monitor opens.
-//
-// The threads of the compiler's runtime are no leak of the monitor's: for each thread that entered
-// the library the copy of the runtime in it may keep a handle to the thread, and an event, until
-// the thread ends. A monitor opens no threads, so every event beyond theirs is one of its own.
-HandleCensus LeakedHandles(const HandleCensus& before) {
-    HandleCensus more = NewHandles(before, CountHandles());
-    HandleCensus leaked;
-    for (const wchar_t* kind : {L"File", L"Key", L"Process"}) {
-        if (more[kind] > 0) {
-            leaked[kind] = more[kind];
-        }
-    }
-    if (more[L"Event"] > more[L"Thread"]) {
-        leaked[L"Event"] = more[L"Event"] - more[L"Thread"];
-    }
-    return leaked;
-}
-
 std::string Names(const std::vector<std::wstring>& names) {
     std::string text;
     for (const std::wstring& name : names) {
@@ -46,11 +27,15 @@ std::string Names(const std::vector<WinspoolHandle>& handles) {
 
 }  // namespace
 
-std::wstring MonitorLibraryPath() {
+std::wstring BesideTheProgram(const std::wstring& file) {
     wchar_t program[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, program, MAX_PATH);
     const std::wstring path = program;
-    return path.substr(0, path.find_last_of(L'\\') + 1) + L"kspmon.dll";
+    return path.substr(0, path.find_last_of(L'\\') + 1) + file;
+}
+
+std::wstring MonitorLibraryPath() {
+    return BesideTheProgram(L"kspmon.dll");
 }
 
 void MonitorTest::SetUpTestSuite() {
@@ -74,7 +59,7 @@ void MonitorTest::ExpectNothingOpen() const {
     EXPECT_EQ(store_.OpenKeyCount(), 0u) << "open keys:\n" << Names(registry_.OpenKeys());
     EXPECT_EQ(spooler_.OpenHandles().size(), 0u) << "open printers:\n"
                                                  << Names(spooler_.OpenHandles());
-    EXPECT_EQ(LeakedHandles(handles_before_), HandleCensus()) << "open handles";
+    EXPECT_EQ(LeakedHandles(handles_before_, CountHandles()), HandleCensus()) << "open handles";
 }
 
 bool MonitorTest::Start() {

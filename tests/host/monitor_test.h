@@ -99,7 +99,9 @@ class MonitorTest : public ::testing::Test {
     host::MonitorLibrary library_;
 };
 
-// Where the library under test lies: beside the test program.
+// Where a file lies that was built for the test program.
+std::wstring BesideTheProgram(const std::wstring& file);
+// Where the library under test lies.
 std::wstring MonitorLibraryPath();
 
 }  // namespace ksp::test

@@ -7,6 +7,8 @@
 #include <new>
 
 #include "monitor/handle_id.h"
+#include "monitor/xcv_operations.h"
+#include "ports/port_record_forms.h"
 #include "tests/ports/port_manager_test.h"
 
 namespace ksp::test {
@@ -175,6 +177,34 @@ TEST_F(PortMemoryTest, DeletionIsCarriedOutOrNotAtAll) {
         }
     };
     EXPECT_GT(FailEachRequest(remove, check), 0U);
+}
+
+TEST_F(PortMemoryTest, ConfigurationIsTakenWhollyOrRefused) {
+    const std::wstring path = L"Ports\\a port with a long name";
+    const CPortInfo before = Raw(L"a port with a long name", L"127.0.0.1");
+    const CPortInfo wanted = Raw(L"a port with a long name", L"127.0.0.2");
+    ASSERT_TRUE(Initialize());
+    ASSERT_TRUE(Add(before).result);
+    const auto record = std::make_unique<XcvPortInfo>();
+    ASSERT_TRUE(FillRecord(wanted, *record));
+    CXcvOperations xcv(manager());
+    DWORD code = 0;
+    const auto configure = [&] {
+        DWORD needed = 0;
+        code = xcv.XcvDataPort(L"ConfigurePort", reinterpret_cast<BYTE*>(record.get()),
+                               sizeof(*record), nullptr, 0, &needed);
+    };
+    const auto check = [&] {
+        const std::wstring& expected =
+            code == ERROR_SUCCESS ? wanted.PrinterAddress : before.PrinterAddress;
+        EXPECT_EQ(store_.GetText(store_.Root(), path, L"PrinterAddress"), expected);
+        EXPECT_EQ(store_.GetDword(store_.Root(), path, L"ProtocolID"), wanted.ProtocolID);
+        // As it was, also where the new settings found no memory for a channel and the port went.
+        static_cast<void>(Add(before));
+        ASSERT_EQ(store_.GetText(store_.Root(), path, L"PrinterAddress"), before.PrinterAddress);
+    };
+    EXPECT_GT(FailEachRequest(configure, check), 3U);
+    EXPECT_EQ(code, DWORD{ERROR_SUCCESS});
 }
 
 TEST_F(PortMemoryTest, TerminationThatRunsOutOfMemoryStillEndsTheMonitor) {

@@ -163,6 +163,15 @@ TEST_F(RegistrySaveTest, AddThatCannotCreateTheKeyFails) {
     EXPECT_FALSE(memory_.HasKey(memory_.Root(), kPath));
 }
 
+// A spooler takes a null parent for the monitor's root.
+TEST_F(RegistrySaveTest, AddWithoutAPortsKeyMakesNoKeyElsewhere) {
+    registry_.AddFault({.operation = RegistryOperation::kCreateKey});
+    EXPECT_EQ(store_.OpenPortsKey(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(store_.AddPortKey(info_), 0);
+    EXPECT_THAT(memory_.SubkeyNames(memory_.Root(), L""), IsEmpty());
+    EXPECT_THAT(Lines(), ::testing::Contains("ERROR: Unable to open key ( p )"));
+}
+
 TEST_F(RegistrySaveTest, UpdateOfAMissingPortIsLoggedAndMakesNoKey) {
     Open();
     EXPECT_EQ(store_.UpdatePortKey(info_, true), 0);

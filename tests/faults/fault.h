@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "tests/host/discovery_control.h"
+#include "tests/host/faulty_registry.h"
+#include "tests/host/winspool_control.h"
+
+namespace ksp::test {
+
+// How a port's jobs travel, and for which monitor.
+enum class Transport { kRaw, kLpr, kXlpr, kIdPrint };
+
+// Where the library meets the world around it.
+enum class Boundary { kRegistry, kSpooler, kDiscovery, kMemory, kPrinter };
+
+const char* NameOf(Transport transport);
+const char* NameOf(Boundary boundary);
+
+// One call that fails, once.
+struct Fault {
+    enum class Kind {
+        kNone,     // nothing fails
+        kRefused,  // the call answers with failure and does nothing
+        kEmpty,    // the call answers with success and gives nothing
+    };
+
+    Boundary boundary = Boundary::kRegistry;
+    Kind kind = Kind::kNone;
+    int function = 0;  // of the boundary: RegistryOperation, WinspoolFunction, DiscoveryFunction;
+                       // of a printer the number of what it does
+    size_t nth = 0;    // from 1
+
+    [[nodiscard]] bool IsOf(RegistryOperation operation) const {
+        return boundary == Boundary::kRegistry && function == static_cast<int>(operation);
+    }
+    [[nodiscard]] bool IsOf(WinspoolFunction other) const {
+        return boundary == Boundary::kSpooler && function == static_cast<int>(other);
+    }
+};
+
+// For messages: "registry OpenKey 3".
+std::string Describe(const Fault& fault);
+
+// How often everything was called in a run without a fault.
+struct CallCounts {
+    std::vector<size_t> registry;   // by RegistryOperation
+    std::vector<size_t> spooler;    // by WinspoolFunction
+    std::vector<size_t> discovery;  // by DiscoveryFunction, exports only
+    size_t memory = 0;
+    size_t printer = 0;  // ways in which a printer of the transport can fail
+};
+
+// Every single fault of a boundary, in the order of its functions.
+std::vector<Fault> FaultsOf(Boundary boundary, const CallCounts& counts);
+
+// Which of them this process tries. KSP_FAULTS=all tries all, or those of one part of several with
+// KSP_FAULTS_PART=2/4 (the second quarter, interleaved); without it a fixed sample of at most so
+// many is tried.
+std::vector<Fault> Selected(const std::vector<Fault>& faults, size_t sample);
+
+}  // namespace ksp::test

@@ -1,0 +1,125 @@
+// Everything that the library calls fails once, each call in a run of its own.
+
+#include <gtest/gtest.h>
+#include <objbase.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <thread>
+
+#include "tests/faults/fault_run.h"
+#include "tests/host/monitor_test.h"
+#include "tests/host/warm_up.h"
+
+namespace ksp::test {
+namespace {
+
+// How many faults of a boundary are tried when not all are.
+constexpr size_t kSample = 8;
+// A run that takes longer hangs, in seconds.
+constexpr int kLongestRun = 120;
+
+// Ends the process, with its log so far, when a run does not end.
+class HangGuard {
+  public:
+    HangGuard() : thread_([this] { Watch(); }) {}
+    ~HangGuard() {
+        stopping_ = true;
+        thread_.join();
+    }
+    HangGuard(const HangGuard&) = delete;
+    HangGuard& operator=(const HangGuard&) = delete;
+
+    void RunBegins() { left_ = kLongestRun * kTicks; }
+
+  private:
+    static constexpr int kTicks = 10;  // a second
+
+    void Watch() {
+        while (!stopping_) {
+            Sleep(1000 / kTicks);
+            if (--left_ == 0) {
+                std::printf("a run hangs\n");
+                std::fflush(stdout);
+                std::_Exit(3);
+            }
+        }
+    }
+
+    std::atomic<bool> stopping_ = false;
+    std::atomic<int> left_ = kLongestRun * kTicks;
+    std::thread thread_;
+};
+
+struct Surroundings {
+    SharedStandins standins;
+    HangGuard guard;
+};
+
+class FaultMatrixTest : public ::testing::TestWithParam<std::tuple<Transport, Boundary>> {
+  protected:
+    static void SetUpTestSuite() {
+        WarmUp(MonitorLibraryPath());
+        ASSERT_TRUE(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
+        surroundings_ = std::make_unique<Surroundings>();
+        ASSERT_TRUE(standins().spooler.Connect());
+        ASSERT_TRUE(standins().discovery.Connect());
+    }
+    static void TearDownTestSuite() {
+        standins().spooler.Reset();
+        standins().discovery.Reset();
+        surroundings_.reset();
+        ::CoUninitialize();
+    }
+    static SharedStandins& standins() { return surroundings_->standins; }
+
+    static FaultRun::Result Try(Transport transport, const Fault& fault) {
+        surroundings_->guard.RunBegins();
+        if (std::getenv("KSP_FAULTS_VERBOSE") != nullptr) {
+            std::printf("%s: %s\n", NameOf(transport), Describe(fault).c_str());
+            std::fflush(stdout);
+        }
+        FaultRun::Result result = FaultRun(transport, fault, standins()).Run();
+        for (const std::string& finding : result.findings) {
+            ADD_FAILURE() << NameOf(transport) << ", " << Describe(fault) << ": " << finding;
+        }
+        return result;
+    }
+
+  private:
+    static inline std::unique_ptr<Surroundings> surroundings_;
+};
+
+TEST_P(FaultMatrixTest, EachCallFailsOnce) {
+    const auto [transport, boundary] = GetParam();
+    // What is opened at first use and kept is no leak, and the first run does not look.
+    static_cast<void>(FaultRun(transport, {}, standins()).Run());
+    const CallCounts counts = Try(transport, {}).counts;
+    ASSERT_FALSE(HasFailure());
+    const std::vector<Fault> faults = FaultsOf(boundary, counts);
+    ASSERT_FALSE(faults.empty());
+    size_t tried = 0;
+    for (const Fault& fault : Selected(faults, kSample)) {
+        if (Try(transport, fault).struck) {
+            ++tried;
+        }
+    }
+    std::printf("faults tried: %s %s %zu of %zu\n", NameOf(transport), NameOf(boundary), tried,
+                faults.size());
+    EXPECT_GT(tried, 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, FaultMatrixTest,
+    ::testing::Combine(
+        ::testing::Values(Transport::kRaw, Transport::kLpr, Transport::kXlpr, Transport::kIdPrint),
+        ::testing::Values(Boundary::kRegistry, Boundary::kSpooler, Boundary::kDiscovery,
+                          Boundary::kMemory, Boundary::kPrinter)),
+    [](const auto& test) {
+        return std::string(NameOf(std::get<0>(test.param))) + "_" + NameOf(std::get<1>(test.param));
+    });
+
+}  // namespace
+}  // namespace ksp::test

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/faults/fault_world.h"
+#include "tests/faults/port_user.h"
+#include "tests/host/handle_census.h"
+#include "tools/host/job_runner.h"
+#include "tools/host/monitor_library.h"
+
+namespace ksp::test {
+
+// The library's whole life with one call that fails: it is loaded and started, a port is added
+// silently and one by its values, that one is configured and asked for, three jobs are printed on
+// it while the printer moves and its status is asked, both ports are deleted, and the library is
+// unloaded. Before that, when the call has failed already, another port is added, prints and is
+// deleted: no lock is held, and nothing is left in a state that hurts.
+//
+// A step that reports failure is repeated once, as a user would do; without a fault it must then
+// succeed.
+class FaultRun {
+  public:
+    FaultRun(Transport transport, const Fault& fault, SharedStandins& shared);
+
+    struct Result {
+        std::vector<std::string> findings = {};  // what the library did wrong, a line each
+        bool struck = false;                     // the call that fails was made
+        CallCounts counts = {};                  // of a run without a fault
+    };
+
+    // Everything; once.
+    Result Run();
+
+  private:
+    struct JobReport {
+        std::string name;
+        std::vector<uint8_t> data;
+        host::JobOutcome outcome;
+        bool reported = false;       // in the job's or the printer's status, or by its deletion
+        bool must_print = false;     // nothing failed while it was printed
+        bool must_be_taken = false;  // one call may have failed
+    };
+
+    void LiveIn(FaultWorld& world);
+    void RunScenario();
+    void RunAftermath();
+
+    bool Start();
+    [[nodiscard]] PortUser User() { return {*world_, library_}; }
+    void PrintJobs();
+    void PrintJob(DWORD number, const std::wstring& port, bool must_print,
+                  const std::function<void()>& refused = {});
+    void DeletePorts();
+
+    // A step of the user's, repeated once when it fails.
+    void Step(const char* name, const std::function<bool()>& step);
+    [[nodiscard]] bool IsPortIncomplete() const;
+    [[nodiscard]] bool IsKeyMissing(const std::wstring& port) const;
+    [[nodiscard]] bool MayPortsDiffer();
+    void ExpectSamePorts(const char* when);
+    void JudgeJobs();
+    void Find(const std::string& finding) { result_.findings.push_back(finding); }
+
+    const Transport transport_;
+    const Fault fault_;
+    SharedStandins& shared_;
+    FaultWorld* world_ = nullptr;
+    host::MonitorLibrary library_;
+    std::vector<JobReport> jobs_;
+    bool struck_at_start_ = false;
+    bool struck_in_jobs_ = false;
+    Result result_;
+};
+
+}  // namespace ksp::test
