@@ -226,6 +226,7 @@ std::int32_t CSLStreamSocket::send(const void* data, std::int32_t length, std::u
     }
     for (int retry = 0; retry <= kWouldBlockRetries; ++retry) {
         const int sent = ::send(m_socket.Get(), static_cast<const char*>(data), length, 0);
+        m_behind = sent < length;
         if (sent >= 0) {
             return sent;
         }
@@ -240,10 +241,11 @@ std::optional<std::int32_t> CSLStreamSocket::SendNow(const void* data, std::int3
     if (length == 0) {
         return 0;
     }
-    if (m_mode != Mode::kNonBlocking) {
+    if (m_mode != Mode::kNonBlocking || m_behind) {
         return std::nullopt;
     }
     const int sent = ::send(m_socket.Get(), static_cast<const char*>(data), length, 0);
+    m_behind = sent < length;
     if (sent >= 0) {
         return sent;
     }
@@ -342,6 +344,7 @@ std::uint32_t CSLStreamSocket::CloseHandle() {
 
 void CSLStreamSocket::Reset() noexcept {
     m_connected = false;
+    m_behind = false;
     m_mode = Mode::kNotSet;
     if (!m_keepLocalPort) {
         m_localPort = 0;

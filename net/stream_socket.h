@@ -46,8 +46,9 @@ class CSLStreamSocket : public CSLSocket {
     [[nodiscard]] std::uint32_t connect();
     [[nodiscard]] std::uint32_t selectforconnect();
     [[nodiscard]] std::int32_t send(const void* data, std::int32_t length, std::uint32_t seconds);
-    // What goes out at once, as send would answer; none when send would have to wait first. Spares a
-    // printer that keeps up the question whether it can be sent to.
+    // What goes out at once, as send would answer; none when send might have to wait first. Spares a
+    // printer that keeps up the question whether it can be sent to. One that did not take the last
+    // bytes whole is asked: systems call a socket writable only when there is room for a good deal.
     [[nodiscard]] std::optional<std::int32_t> SendNow(const void* data, std::int32_t length);
     [[nodiscard]] std::int32_t recv(void* data, std::int32_t length, std::uint32_t seconds);
     // Lets small sends go out at once instead of waiting for the printer's acknowledgement of the
@@ -84,6 +85,7 @@ class CSLStreamSocket : public CSLSocket {
     UniqueSocket m_socket;
     bool m_connected = false;
     bool m_keepLocalPort = false;
+    bool m_behind = false;  // the last send was not taken whole
     Mode m_mode = Mode::kNotSet;
 };
 
