@@ -18,7 +18,10 @@ constexpr const char* kSpoolerFunctions[] = {"OpenPrinter",
                                              "EnumPrinters",
                                              "GetPrinterDriver",
                                              "ImpersonatePrinterClient",
-                                             "RevertToPrinterSelf"};
+                                             "RevertToPrinterSelf",
+                                             "XcvData",
+                                             "AddMonitor",
+                                             "DeleteMonitor"};
 static_assert(std::size(kSpoolerFunctions) == WinspoolFunctionCount);
 
 std::string FunctionName(const Fault& fault) {
