@@ -6,6 +6,7 @@
 #include "tools/kspctl/print_host.h"
 #include "tools/kspctl/session.h"
 #include "tools/kspctl/settings_table.h"
+#include "tools/print/options.h"
 
 namespace ksp::ctl {
 namespace {
@@ -50,8 +51,11 @@ Problem Print(const Request& request, Output& output) {
     }
     if (const auto patience = request.Value(L"--patience"); patience) {
         std::uint32_t seconds = 0;
-        if (Problem problem = ParseNumber(L"--patience", *patience, &seconds); problem) {
-            return problem;
+        if (ParseNumber(L"--patience", *patience, &seconds) || seconds < 1 ||
+            seconds > print::kLongestPatience) {
+            return WrongUsage(L"--patience is a number of seconds from 1 to " +
+                              std::to_wstring(print::kLongestPatience) + L", not " +
+                              Quoted(*patience));
         }
         arguments.insert(arguments.end(), {L"--patience", *patience});
     }
