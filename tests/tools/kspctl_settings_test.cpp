@@ -116,6 +116,16 @@ TEST_F(KspctlSettingsTest, AreThoseOfTheMonitorThatIsInstalled) {
     EXPECT_EQ(Number(software_, L"LogLevel"), std::nullopt);
 }
 
+TEST_F(KspctlSettingsTest, AreFoundForAMonitorThatDoesNotStart) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    PutMonitorKey(L"Renamed", 2);
+    EXPECT_EQ(Kspctl({L"settings", L"--monitor", L"Renamed", L"LogLevel=3"}).code, ExitCode::kDone);
+    EXPECT_EQ(Number(id_print_software_, L"LogLevel"), 3u);
+    EXPECT_EQ(Number(software_, L"LogLevel"), std::nullopt);
+    EXPECT_EQ(Kspctl({L"settings", L"--monitor", L"Nowhere", L"LogLevel=3"}).code,
+              ExitCode::kNotFound);
+}
+
 TEST_F(KspctlSettingsTest, InstallRegistersAndUninstallTakesItBack) {
     ASSERT_TRUE(StartSpooler(L"Elsewhere"));
     const KspctlRun run = Kspctl({L"install", L"--no-copy", L"--exe-directory", L"C:\\Kestrel"});
