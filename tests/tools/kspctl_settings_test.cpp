@@ -4,6 +4,7 @@
 
 #include "support/windows_handles.h"
 #include "tests/tools/kspctl_test.h"
+#include "tests/tools/machine_settings.h"
 #include "tools/host/temp_directory.h"
 #include "tools/kspctl/machine_registry.h"
 
@@ -16,10 +17,15 @@ class KspctlSettingsTest : public KspctlTest {
   protected:
     void SetUp() override {
         KspctlTest::SetUp();
+        if (!MachineIsOurs()) {
+            GTEST_SKIP() << "the registry of this machine is not the tests' own";
+        }
         Clean();
     }
     void TearDown() override {
-        Clean();
+        if (MachineIsOurs()) {
+            Clean();
+        }
         KspctlTest::TearDown();
     }
 
