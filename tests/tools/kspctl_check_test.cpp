@@ -41,6 +41,9 @@ class KspctlCheckTest : public ::testing::Test {
         port_.ProtocolID = 2;
         port_.PortNumber = kRawPort;
         port_.PrinterAddressType = 1;
+        if (!MachineIsOurs()) {
+            GTEST_SKIP() << "the registry of this machine is not the tests' own";
+        }
     }
 
     void TearDown() override {
@@ -167,27 +170,76 @@ TEST_F(KspctlCheckTest, ATrackedPrinterIsFoundWhereItMovedTo) {
     EXPECT_THAT(Step(run, L"address"), StartsWith(L"passed"));
 }
 
-TEST_F(KspctlCheckTest, AnLprQueueIsAskedForItsState) {
-    LoopbackPrinter printer({.close_after = 7,
-                             .responder =
-                                 [](const std::vector<uint8_t>& received) {
-                                     return received.size() == 7
-                                                ? std::string("\nauto is ready\nno entries\n")
-                                                : std::string();
-                                 }},
-                            {"", 515});
+// An LPR printer whose answer to a job for its queue is the text given.
+LoopbackPrinter LprPrinter(const std::string& answer) {
+    return LoopbackPrinter({.close_after = 7,
+                            .responder =
+                                [answer](const std::vector<uint8_t>& received) {
+                                    const std::string text(received.begin(), received.end());
+                                    if (text == "\x02"
+                                                "auto\n") {
+                                        return answer;
+                                    }
+                                    return text == "\x03"
+                                                   "auto \n"
+                                               ? std::string("\nauto is ready\nno entries\n")
+                                               : std::string();
+                                }},
+                           {"", 515});
+}
+
+TEST_F(KspctlCheckTest, AnLprQueueIsAskedWhetherItTakesJobsAndForItsState) {
+    struct {
+        std::string answer;
+        ExitCode code;
+        std::wstring result;
+        std::wstring text;
+    } const cases[] = {
+        {std::string(1, '\0'), ExitCode::kDone, L"passed", L"takes jobs for the queue \"auto\""},
+        {"\x01", ExitCode::kPrinterSilent, L"failed", L"takes no job"},
+        {"", ExitCode::kDone, L"attention", L"does not say whether it takes jobs"},
+    };
+    for (const auto& one : cases) {
+        const LoopbackPrinter printer = LprPrinter(one.answer);
+        ASSERT_TRUE(printer.ready());
+        port_.PrinterAddress = printer.wide_address();
+        port_.ProtocolID = 0;
+        port_.PortNumber = 515;
+        port_.QueueName = L"auto";
+        const KspctlRun run = RunKspctl({L"test", L"Office"});
+        EXPECT_EQ(run.code, one.code) << one.answer;
+        EXPECT_THAT(Step(run, L"queue"), StartsWith(one.result));
+        EXPECT_THAT(Step(run, L"queue"), HasSubstr(one.text));
+        EXPECT_THAT(Step(run, L"queue"), HasSubstr(L"it says: auto is ready"));
+        const auto received = printer.received();
+        EXPECT_EQ(std::string(received.begin(), received.end()),
+                  "\x02"
+                  "auto\n\x03"
+                  "auto \n");
+    }
+}
+
+TEST_F(KspctlCheckTest, AQueueIsNotAskedForWithoutAConnection) {
+    LoopbackPrinter printer({.answer = PrinterBehavior::Answer::kRefuse}, {"", 515});
     ASSERT_TRUE(printer.ready());
     port_.PrinterAddress = printer.wide_address();
     port_.ProtocolID = 0;
     port_.PortNumber = 515;
-    port_.QueueName = L"auto";
     const KspctlRun run = RunKspctl({L"test", L"Office"});
-    EXPECT_EQ(run.code, ExitCode::kDone);
-    EXPECT_THAT(Step(run, L"queue"), HasSubstr(L"the printer says: auto is ready"));
-    const auto received = printer.received();
-    EXPECT_EQ(std::string(received.begin(), received.end()),
-              "\x03"
-              "auto \n");
+    EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
+    EXPECT_THAT(Step(run, L"queue"), StartsWith(L"skipped"));
+}
+
+TEST_F(KspctlCheckTest, ARecordWithoutATcpPortFailsAtOnce) {
+    port_.PrinterAddress = L"127.0.0.1";
+    type_ = 2;
+    for (const auto& [raw, check] : {std::pair(0u, 9102u), {65536u, 9102u}, {9101u, 0u}}) {
+        port_.PortNumber = raw;
+        port_.CheckPortNo = check;
+        const KspctlRun run = RunKspctl({L"test", L"Office"});
+        EXPECT_EQ(run.code, ExitCode::kPrinterSilent) << raw;
+        EXPECT_THAT(Step(run, L"record"), HasSubstr(L"which is no TCP port"));
+    }
 }
 
 TEST_F(KspctlCheckTest, AnIdPrintPrinterIsAskedWhetherItIsThere) {

@@ -42,6 +42,21 @@ TEST_F(KspctlTest, AddTakesTheValuesOfIdPrint) {
     EXPECT_EQ(StoredText(L"Desk", L"UserIdentityName"), L"alice");
 }
 
+TEST_F(KspctlTest, AnIdPrintPortTakesTcpPortsOnly) {
+    SetMonitorType(2);
+    AddPortKey({.name = L"Office", .PrinterAddress = L"127.0.0.5"});
+    ASSERT_TRUE(StartSpooler(kIdPrint));
+    for (const wchar_t* number : {L"0", L"65536"}) {
+        for (const wchar_t* option : {L"--raw-port", L"--check-port"}) {
+            EXPECT_EQ(Kspctl({L"add", L"Desk", L"--address", L"127.0.0.6", option, number}).code,
+                      ExitCode::kWrongUsage);
+        }
+        EXPECT_EQ(Kspctl({L"set", L"Office", std::wstring(L"CheckPortNo=") + number}).code,
+                  ExitCode::kWrongUsage);
+    }
+    EXPECT_FALSE(HasPortKey(L"Desk"));
+}
+
 TEST_F(KspctlTest, AddRefusesANameThatIsThere) {
     AddPortKey({.name = L"Office", .PrinterAddress = L"127.0.0.5"});
     ASSERT_TRUE(StartSpooler());
@@ -183,7 +198,8 @@ TEST_F(KspctlTest, SetRefusesWhatAPortCannotHave) {
     ASSERT_TRUE(StartSpooler());
     for (const wchar_t* assignment :
          {L"PortName=Other", L"PortNumber=1", L"ProxyServer=x", L"Colour=red", L"PrinterAddress",
-          L"ProtocolID=ipp", L"ProtocolID=4294967298", L"CheckPortNo=5", L"QueueName=a,b"}) {
+          L"ProtocolID=ipp", L"ProtocolID=4294967298", L"CheckPortNo=5", L"QueueName=a,b",
+          L"PrinterAddressType=tracked", L"MacAddress=0026AB12345"}) {
         EXPECT_EQ(Kspctl({L"set", L"Office", assignment}).code, ExitCode::kWrongUsage)
             << ::testing::PrintToString(assignment);
     }

@@ -1,4 +1,11 @@
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "support/windows_handles.h"
 #include "tests/tools/kspctl_test.h"
+#include "tests/tools/machine_settings.h"
+#include "tools/host/temp_directory.h"
 #include "tools/kspctl/machine_registry.h"
 
 namespace ksp::test {
@@ -10,10 +17,15 @@ class KspctlSettingsTest : public KspctlTest {
   protected:
     void SetUp() override {
         KspctlTest::SetUp();
+        if (!MachineIsOurs()) {
+            GTEST_SKIP() << "the registry of this machine is not the tests' own";
+        }
         Clean();
     }
     void TearDown() override {
-        Clean();
+        if (MachineIsOurs()) {
+            Clean();
+        }
         KspctlTest::TearDown();
     }
 
@@ -30,6 +42,31 @@ class KspctlSettingsTest : public KspctlTest {
                                                                     : std::nullopt;
     }
 
+    static void PutSetting(const std::wstring& path, const wchar_t* name, const wchar_t* text) {
+        ctl::MachineRegistry registry;
+        CRegistryKey key;
+        ASSERT_EQ(registry.Create(path, &key), ERROR_SUCCESS);
+        EXPECT_EQ(key.WriteText(name, text), ERROR_SUCCESS);
+    }
+    static void PutMonitorKey(const std::wstring& monitor, std::uint32_t type) {
+        ctl::MachineRegistry registry;
+        CRegistryKey key;
+        ASSERT_EQ(registry.Create(ctl::MonitorKeyPath(monitor), &key), ERROR_SUCCESS);
+        EXPECT_EQ(key.WriteDword(ctl::kMonitorTypeValue, type), ERROR_SUCCESS);
+    }
+
+    static std::wstring SystemFile(const std::wstring& name) {
+        wchar_t path[MAX_PATH] = {};
+        return std::wstring(path, GetSystemDirectoryW(path, MAX_PATH)) + L"\\" + name;
+    }
+    static void WriteFile(const std::wstring& path, const std::string& text) {
+        std::ofstream(std::filesystem::path(path), std::ios::binary) << text;
+    }
+    static std::string ReadFile(const std::wstring& path) {
+        std::ifstream file(std::filesystem::path(path), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
     const std::wstring software_ = ctl::SoftwareKeyPath(MonitorType::kOrdinary);
     const std::wstring id_print_software_ = ctl::SoftwareKeyPath(MonitorType::kIdPrint);
 
@@ -38,9 +75,10 @@ class KspctlSettingsTest : public KspctlTest {
         ctl::MachineRegistry registry;
         for (const std::wstring& path :
              {software_, id_print_software_, ctl::MonitorKeyPath(kOrdinary),
-              ctl::MonitorKeyPath(kIdPrint)}) {
+              ctl::MonitorKeyPath(kIdPrint), ctl::MonitorKeyPath(L"Renamed")}) {
             registry.DeleteTree(path);
         }
+        DeleteFileW(SystemFile(L"kspctl-test.dll").c_str());
     }
 };
 
@@ -84,6 +122,16 @@ TEST_F(KspctlSettingsTest, AreThoseOfTheMonitorThatIsInstalled) {
     EXPECT_EQ(Number(software_, L"LogLevel"), std::nullopt);
 }
 
+TEST_F(KspctlSettingsTest, AreFoundForAMonitorThatDoesNotStart) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    PutMonitorKey(L"Renamed", 2);
+    EXPECT_EQ(Kspctl({L"settings", L"--monitor", L"Renamed", L"LogLevel=3"}).code, ExitCode::kDone);
+    EXPECT_EQ(Number(id_print_software_, L"LogLevel"), 3u);
+    EXPECT_EQ(Number(software_, L"LogLevel"), std::nullopt);
+    EXPECT_EQ(Kspctl({L"settings", L"--monitor", L"Nowhere", L"LogLevel=3"}).code,
+              ExitCode::kNotFound);
+}
+
 TEST_F(KspctlSettingsTest, InstallRegistersAndUninstallTakesItBack) {
     ASSERT_TRUE(StartSpooler(L"Elsewhere"));
     const KspctlRun run = Kspctl({L"install", L"--no-copy", L"--exe-directory", L"C:\\Kestrel"});
@@ -101,16 +149,89 @@ TEST_F(KspctlSettingsTest, InstallRegistersAndUninstallTakesItBack) {
     EXPECT_EQ(Kspctl({L"uninstall"}).code, ExitCode::kNotFound);
 }
 
-TEST_F(KspctlSettingsTest, InstallOfIdPrintWritesItsTypeAndUninstallPurgesItsSettings) {
+TEST_F(KspctlSettingsTest, InstallOfIdPrintHasAFileOfItsOwnAndUninstallPurgesItsSettingsAlone) {
+    SetMonitorType(2);
     ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    PutSetting(software_, L"LogFileName", L"ordinary.txt");
+    EXPECT_EQ(Kspctl({L"install", L"--id-print", L"--no-copy"}).code, ExitCode::kDone);
+    EXPECT_EQ(spooler().MonitorLibrary(kIdPrint), L"kspmonid.dll");
+    EXPECT_EQ(Number(ctl::MonitorKeyPath(kIdPrint), L"KSPRINT_SECURE"), 2u);
+    ASSERT_NE(Text(id_print_software_, L"ExeDirectory"), std::nullopt);
+    EXPECT_EQ(Kspctl({L"uninstall", L"--id-print"}).code, ExitCode::kDone);
+    EXPECT_NE(Text(id_print_software_, L"ExeDirectory"), std::nullopt);
+
     EXPECT_EQ(Kspctl({L"install", L"--id-print", L"--no-copy", L"--library", L"other.dll"}).code,
               ExitCode::kDone);
     EXPECT_EQ(spooler().MonitorLibrary(kIdPrint), L"other.dll");
-    EXPECT_EQ(Number(ctl::MonitorKeyPath(kIdPrint), L"KSPRINT_SECURE"), 2u);
-    EXPECT_NE(Text(id_print_software_, L"ExeDirectory"), std::nullopt);
-    SetMonitorType(2);
-    EXPECT_EQ(Kspctl({L"uninstall", L"--monitor", kIdPrint, L"--id-print", L"--purge"}).code,
-              ExitCode::kDone);
+    // The name alone does not tell the kind; the monitor's key does.
+    EXPECT_EQ(Kspctl({L"uninstall", L"--monitor", kIdPrint, L"--purge"}).code, ExitCode::kDone);
+    EXPECT_EQ(Text(id_print_software_, L"ExeDirectory"), std::nullopt);
+    EXPECT_EQ(Text(software_, L"LogFileName"), L"ordinary.txt");
+}
+
+TEST_F(KspctlSettingsTest, UninstallOfAMonitorThatDoesNotStartPurgesTheSettingsOfItsKind) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    PutSetting(software_, L"LogFileName", L"ordinary.txt");
+    PutSetting(id_print_software_, L"LogFileName", L"idprint.txt");
+    PutMonitorKey(L"Renamed", 2);
+    spooler().PutMonitor(L"Renamed");
+    spooler().FailCall(WinspoolOpenPrinter, ERROR_INVALID_PRINTER_NAME);
+    EXPECT_EQ(Kspctl({L"uninstall", L"--monitor", L"Renamed", L"--purge"}).code, ExitCode::kDone);
+    EXPECT_EQ(Text(id_print_software_, L"LogFileName"), std::nullopt);
+    EXPECT_EQ(Text(software_, L"LogFileName"), L"ordinary.txt");
+}
+
+TEST_F(KspctlSettingsTest, InstallIsTakenBackWhenTheLibraryRunsAsTheOtherKind) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));  // ordinary
+    const KspctlRun run = Kspctl({L"install", L"--id-print", L"--no-copy"});
+    ASSERT_EQ(run.code, ExitCode::kFailed);
+    EXPECT_THAT(run.errors.front(), HasSubstr(L"runs as the other kind"));
+    EXPECT_THAT(run.lines, IsEmpty());
+    EXPECT_EQ(spooler().MonitorLibrary(kIdPrint), std::nullopt);
+    EXPECT_EQ(Number(ctl::MonitorKeyPath(kIdPrint), L"KSPRINT_SECURE"), std::nullopt);
+}
+
+TEST_F(KspctlSettingsTest, InstallThatCannotWriteTheSettingsLeavesNoKey) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    // Nothing that lasts can be made below a key that does not.
+    ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Kestrel");
+    HKEY parent = nullptr;
+    ASSERT_EQ(::RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Kestrel", 0, nullptr,
+                                REG_OPTION_VOLATILE, KEY_READ, nullptr, &parent, nullptr),
+              ERROR_SUCCESS);
+    ::RegCloseKey(parent);
+    EXPECT_EQ(Kspctl({L"install", L"--no-copy"}).code, ExitCode::kFailed);
+    ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Kestrel");
+    EXPECT_EQ(Number(ctl::MonitorKeyPath(kOrdinary), L"KSPRINT_SECURE"), std::nullopt);
+    EXPECT_EQ(spooler().MonitorLibrary(kOrdinary), std::nullopt);
+}
+
+TEST_F(KspctlSettingsTest, InstallCopiesTheLibraryUnlessItIsThereAlready) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    const host::TempDirectory source;
+    const std::wstring library = source.path() + L"\\kspctl-test.dll";
+    const std::wstring target = SystemFile(L"kspctl-test.dll");
+    WriteFile(library, "one");
+    EXPECT_EQ(Kspctl({L"install", L"--library", library}).code, ExitCode::kDone);
+    EXPECT_EQ(ReadFile(target), "one");
+    EXPECT_EQ(Kspctl({L"uninstall"}).code, ExitCode::kDone);
+
+    // As the spooler holds a library that it has loaded.
+    const UniqueFile held(CreateFileW(target.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    ASSERT_TRUE(held);
+    EXPECT_EQ(Kspctl({L"install", L"--library", library}).code, ExitCode::kDone);
+    EXPECT_EQ(Kspctl({L"uninstall"}).code, ExitCode::kDone);
+    WriteFile(library, "two");
+    const KspctlRun run = Kspctl({L"install", L"--library", library});
+    EXPECT_EQ(run.code, ExitCode::kFailed);
+    EXPECT_THAT(run.errors, ::testing::Contains(HasSubstr(L"net stop spooler")));
+    EXPECT_EQ(spooler().MonitorLibrary(kOrdinary), std::nullopt);
+}
+
+TEST_F(KspctlSettingsTest, InstallOnAServerNeedsADirectoryOfThatServer) {
+    EXPECT_EQ(Kspctl({L"install", L"--server", L"printserver"}).code, ExitCode::kWrongUsage);
+    EXPECT_THAT(OpenedObjects(), IsEmpty());
 }
 
 TEST_F(KspctlSettingsTest, ARefusedInstallLeavesNothingAtTheSpooler) {
@@ -131,6 +252,18 @@ TEST_F(KspctlSettingsTest, UninstallKeepsAMonitorThatHasPorts) {
     EXPECT_NE(spooler().MonitorLibrary(kOrdinary), std::nullopt);
     EXPECT_EQ(Kspctl({L"uninstall", L"--with-ports"}).code, ExitCode::kDone);
     EXPECT_EQ(spooler().MonitorLibrary(kOrdinary), std::nullopt);
+}
+
+TEST_F(KspctlSettingsTest, UninstallKeepsThePortsOfAMonitorThatDoesNotStart) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    PutMonitorKey(kOrdinary, 1);
+    PutMonitorKey(std::wstring(kOrdinary) + L"\\Ports\\Office", 1);
+    // The spooler does not know it: it has forgotten a monitor that did not start.
+    EXPECT_EQ(Kspctl({L"uninstall"}).code, ExitCode::kInUse);
+    EXPECT_EQ(Number(ctl::MonitorKeyPath(kOrdinary), L"KSPRINT_SECURE"), 1u);
+    EXPECT_EQ(Kspctl({L"uninstall", L"--with-ports"}).code, ExitCode::kDone);
+    EXPECT_EQ(Number(ctl::MonitorKeyPath(kOrdinary), L"KSPRINT_SECURE"), std::nullopt);
+    EXPECT_EQ(Kspctl({L"uninstall", L"--with-ports"}).code, ExitCode::kNotFound);
 }
 
 }  // namespace

@@ -49,6 +49,11 @@ expect_line() {
     grep -Exq -- "$1" <<<"$output" || { fail "$case_name: no line is: $1"; printf '%s\n' "$output"; }
 }
 
+# The output is JSON to a reader that is not ours.
+expect_json() {
+    python3 -m json.tool <<<"$output" >/dev/null || { fail "$case_name: no JSON:"; printf '%s\n' "$output"; }
+}
+
 expect_output() {
     [[ $output == "$1" ]] || { fail "$case_name: the output is not '$1' but:"; printf '%s\n' "$output"; }
 }
@@ -65,7 +70,8 @@ expect_output '1 (ordinary): Kestrel Print Port'
 run "no ports" 0 list
 expect_output ''
 
-run "settings" 0 settings LogLevel=1 LogDirectory='C:\kspmon' WaitServerReplyTimeout=2
+run "settings" 0 settings LogLevel=1 LogDirectory='C:\kspmon' WaitServerReplyTimeout=2 \
+    WaitPrinterValueTimeout=1 WaitStatusReplyTimeout=1
 run "settings shown" 0 settings LogLevel WaitServerReplyTimeout
 expect_line 'LogLevel +1'
 expect_line 'WaitServerReplyTimeout +2 seconds'
@@ -86,7 +92,13 @@ run "show" 0 show "$name"
 expect_line 'QueueName +auto'
 expect_line 'MacAddress +0026AB123456'
 run "show as JSON" 0 show --json "$name"
+expect_json
 expect_line '\{"PortName":"Büro \\"2\\" €","PrinterAddress":"prn01","ProtocolID":0,.*\}'
+
+for command in list type settings; do
+    run "$command as JSON" 0 "$command" --json
+    expect_json
+done
 
 run "set" 0 set Office PrinterAddress=127.0.0.8 ProtocolID=xlpr SubnetMask=255.0.0.0
 run "show what was set" 0 show Office
@@ -125,8 +137,11 @@ for ((attempt = 0; attempt < 200; ++attempt)); do
 done
 run "test" 0 test Office
 expect_line 'passed +connection .*'
-expect_line 'skipped +identity .*'
+expect_line 'attention +identity .*'
+expect_line 'attention +status .*'
 expect_line 'OK: a job on "Office" would arrive'
+run "test as JSON" 0 test --json Office
+expect_json
 # The program that `print` starts gets the spooler's library beside it, which is what Windows does
 # without being told.
 "$wine_run" reg add 'HKCU\Software\Wine\AppDefaults\kspprint.exe\DllOverrides' /v winspool.drv \

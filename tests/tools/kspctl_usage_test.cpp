@@ -26,6 +26,12 @@ TEST_F(KspctlUsageTest, WrongArgumentsAreRefusedWithAHint) {
         {L"add", L"a", L"--address", L"x", L"--protocol", L"ipp"},
         {L"add", L"a", L"--address", L"x", L"--type", L"tracked"},
         {L"add", L"a", L"--address", L"x", L"--raw-port", L"-1"},
+        {L"add", L"a", L"--address", L"x", L"--check-port", L"9102"},
+        {L"add", L"a", L"--address", L"x", L"--mac", L"0026AB12345"},
+        {L"add", L"a", L"--address", L"x", L"--mac", L"0026AB12345g"},
+        {L"settings", L"LogLevel=1", L"MaxLogSize"},
+        {L"settings", L"--json", L"LogLevel=1"},
+        {L"install", L"--server", L"printserver"},
         {L"print", L"a"},
         {L"print", L"a", L"no such file"},
     };
@@ -108,6 +114,24 @@ TEST_F(KspctlUsageTest, RightsAreThoseOfTheCommand) {
     ASSERT_GE(calls.size(), 2u);
     EXPECT_EQ(calls[0].access, static_cast<ACCESS_MASK>(SERVER_ACCESS_ENUMERATE));
     EXPECT_EQ(calls[1].access, static_cast<ACCESS_MASK>(SERVER_ACCESS_ADMINISTER));
+}
+
+TEST_F(KspctlUsageTest, PatienceIsCheckedBeforeAnythingIsPrinted) {
+    AddPortKey({.name = L"Office", .PrinterAddress = L"127.0.0.5"});
+    ASSERT_TRUE(StartSpooler());
+    for (const wchar_t* patience : {L"0", L"3601", L"soon"}) {
+        const KspctlRun run =
+            Kspctl({L"print", L"--patience", patience, L"Office", MonitorLibraryPath()});
+        EXPECT_EQ(run.code, ExitCode::kWrongUsage) << patience;
+        EXPECT_THAT(run.errors.front(), HasSubstr(L"from 1 to 3600"));
+    }
+}
+
+TEST_F(KspctlUsageTest, AMonitorThatDoesNotTellWhosePortItIsIsAFailure) {
+    AddPortKey({.name = L"Office", .PrinterAddress = L"127.0.0.5"});
+    ASSERT_TRUE(StartSpooler());
+    spooler().FailCall(WinspoolXcvData, RPC_S_SERVER_UNAVAILABLE, 2);
+    EXPECT_EQ(Kspctl({L"exists", L"Office"}).code, ExitCode::kFailed);
 }
 
 TEST_F(KspctlUsageTest, TypeTellsTheKindOfTheMonitor) {

@@ -10,7 +10,14 @@ constexpr MonitorType kTypes[] = {MonitorType::kOrdinary, MonitorType::kIdPrint}
 
 }  // namespace
 
+bool MachineIsOurs() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
 MachineSettings::MachineSettings() {
+    if (!MachineIsOurs()) {
+        return;
+    }
     ctl::MachineRegistry registry;
     for (const MonitorType type : kTypes) {
         CRegistryKey key;
@@ -24,6 +31,9 @@ MachineSettings::MachineSettings() {
 }
 
 MachineSettings::~MachineSettings() {
+    if (!MachineIsOurs()) {
+        return;
+    }
     ctl::MachineRegistry registry;
     for (const MonitorType type : kTypes) {
         registry.DeleteTree(ctl::SoftwareKeyPath(type));

@@ -6,29 +6,17 @@
 namespace ksp::ctl {
 namespace {
 
-struct NumberOption {
-    const wchar_t* name;
-    std::uint32_t CPortInfo::*value;
+struct FieldOption {
+    const wchar_t* option;
+    const wchar_t* field;
 };
-constexpr NumberOption kNumbers[] = {
-    {L"--raw-port", &CPortInfo::SecureRawPortNo},
-    {L"--check-port", &CPortInfo::CheckPortNo},
-    {L"--user-mode", &CPortInfo::SecureUserMode},
+constexpr FieldOption kFieldOptions[] = {
+    {L"--address", L"PrinterAddress"},   {L"--protocol", L"ProtocolID"},
+    {L"--ip", L"IpAddress"},             {L"--mask", L"SubnetMask"},
+    {L"--mac", L"MacAddress"},           {L"--raw-port", L"SecureRawPortNo"},
+    {L"--check-port", L"CheckPortNo"},   {L"--user-mode", L"SecureUserMode"},
+    {L"--identity", L"UserIdentityName"},
 };
-
-struct TextOption {
-    const wchar_t* name;
-    std::wstring CPortInfo::*value;
-};
-constexpr TextOption kTexts[] = {
-    {L"--address", &CPortInfo::PrinterAddress},    {L"--ip", &CPortInfo::IpAddress},
-    {L"--mask", &CPortInfo::SubnetMask},           {L"--mac", &CPortInfo::MacAddress},
-    {L"--identity", &CPortInfo::UserIdentityName},
-};
-
-bool IsTracked(const CPortInfo& info) {
-    return info.PrinterAddressType == static_cast<std::uint32_t>(AddressType::kTracked);
-}
 
 Problem TakeOptions(const Request& request, MonitorType type, CPortInfo* info) {
     if (request.Value(L"--address").value_or(L"").empty()) {
@@ -38,20 +26,12 @@ Problem TakeOptions(const Request& request, MonitorType type, CPortInfo* info) {
     if (type == MonitorType::kIdPrint) {
         info->SecureRawPortNo = kSecureRawPort;
     }
-    for (const TextOption& option : kTexts) {
-        info->*option.value = request.Value(option.name).value_or(L"");
-    }
-    for (const NumberOption& option : kNumbers) {
-        if (const auto value = request.Value(option.name); value) {
-            if (Problem problem = ParseNumber(option.name, *value, &(info->*option.value));
+    for (const FieldOption& entry : kFieldOptions) {
+        if (const auto value = request.Value(entry.option); value) {
+            if (Problem problem = StoreField(*FindPortField(entry.field), *value, type, info);
                 problem) {
                 return problem;
             }
-        }
-    }
-    if (const auto value = request.Value(L"--protocol"); value) {
-        if (Problem problem = ParseProtocol(*value, &info->ProtocolID); problem) {
-            return problem;
         }
     }
     info->PrinterAddressType = GetPrinterAddressType(info->PrinterAddress);
@@ -60,8 +40,8 @@ Problem TakeOptions(const Request& request, MonitorType type, CPortInfo* info) {
             return problem;
         }
     }
-    if (IsTracked(*info) && info->MacAddress.empty()) {
-        return WrongUsage(L"--type tracked needs --mac: by it the printer is found again");
+    if (Problem problem = CheckTracking(*info); problem) {
+        return problem;
     }
     info->QueueName = request.Value(L"--queue").value_or(DefaultQueue(info->ProtocolID));
     info->PortNumber = PrintingPort(*info, type);
@@ -83,7 +63,9 @@ Problem CheckName(const Request& request, const XcvHandle& monitor, const std::w
         return std::nullopt;  // a spooler without any port answers so
     }
     bool ours = false;
-    static_cast<void>(AskIsOurPort(monitor, port, &ours));
+    if (Problem problem = AskOwner(monitor, port, &ours); problem) {
+        return problem;
+    }
     if (!ours) {
         return Failure{ExitCode::kExists,
                        L"another monitor has a port " + Quoted(port) + L" already",

@@ -33,7 +33,8 @@ constexpr Option kAddOptions[] = {
     {L"--replace", L"", L"configures a port of this monitor that exists already"},
 };
 constexpr Option kPrintOptions[] = {
-    {L"--patience", L"SECONDS", L"gives up when the printer takes nothing for so long"},
+    {L"--patience", L"SECONDS", 
+     L"gives up when the printer takes nothing for so long, 1 to 3600 (default: 20)"},
 };
 
 constexpr Command kCommands[] = {

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "tools/kspctl/commands.h"
 #include "tools/kspctl/session.h"
 
@@ -20,7 +18,9 @@ Problem Exists(const Request& request, Output& output) {
         return SystemFailure(L"the monitor does not tell whether the port exists", code);
     }
     bool ours = false;
-    static_cast<void>(AskIsOurPort(monitor, port, &ours));
+    if (Problem problem = AskOwner(monitor, port, &ours); problem) {
+        return problem;
+    }
     output.Line(Quoted(port) +
                 (ours ? L" is a port of this monitor" : L" is a port of another monitor"));
     return std::nullopt;

@@ -9,7 +9,8 @@ namespace ksp::ctl {
 inline constexpr std::wstring_view kInstallHelp =
     L"Copies the monitor's library from beside kspctl.exe into the system directory, writes the\n"
     L"settings that it needs (KSPRINT_SECURE and ExeDirectory) and registers it with the spooler.\n"
-    L"With --id-print it becomes the ID-print monitor. With --server nothing is copied.\n"
+    L"With --id-print it becomes the ID-print monitor, in a file of its own: kspmonid.dll. With\n"
+    L"--server nothing is copied, and --exe-directory names a directory of that computer.\n"
     L"\n"
     L"  kspctl install\n"
     L"  kspctl install --id-print\n"
@@ -77,9 +78,8 @@ inline constexpr std::wstring_view kTypeHelp =
 
 inline constexpr std::wstring_view kSettingsHelp =
     L"Without an argument shows all settings; with a name, that one; with NAME=VALUE writes it;\n"
-    L"with NAME=default removes the value. The time-outs hold at once, the others when the "
-    L"spooler\n"
-    L"is started again (net stop spooler, net start spooler).\n"
+    L"with NAME=default removes the value. The values of the log and ExeDirectory hold when the\n"
+    L"spooler is started again (net stop spooler, net start spooler), the others at once.\n"
     L"\n"
     L"  kspctl settings\n"
     L"  kspctl settings LogLevel=1 \"LogDirectory=C:\\Kestrel Print\"\n"

@@ -8,11 +8,17 @@
 namespace ksp::ctl {
 namespace {
 
-constexpr wchar_t kTypeValue[] = L"KSPRINT_SECURE";
+constexpr wchar_t kShippedLibrary[] = L"kspmon.dll";
 constexpr wchar_t kDiscoveryLibrary[] = L"KSSTRMAPIe.dll";
 
 MonitorType WantedType(const Request& request) {
     return request.id_print ? MonitorType::kIdPrint : MonitorType::kOrdinary;
+}
+
+// Each kind has a file of its own: a process has a library only once, and one that serves both kinds
+// would stay what it was first started as.
+std::wstring DefaultTarget(MonitorType type) {
+    return type == MonitorType::kIdPrint ? L"kspmonid.dll" : kShippedLibrary;
 }
 
 // One installation, step by step; what was begun is taken back when a later step fails.
@@ -24,12 +30,17 @@ class Installation {
           spooler_(request.server),
           type_(WantedType(request)),
           name_(request.monitor.empty() ? DefaultMonitorName(type_) : request.monitor),
-          library_(request.Value(L"--library").value_or(L"kspmon.dll")),
+          library_(request.Value(L"--library").value_or(kShippedLibrary)),
+          file_(request.Has(L"--library") ? FileNameOf(library_) : DefaultTarget(type_)),
           exe_directory_(request.Value(L"--exe-directory").value_or(print::ProgramDirectory())) {}
 
     Problem Run() {
-        if (library_.empty() || exe_directory_.empty()) {
+        if (file_.empty() || exe_directory_.empty()) {
             return WrongUsage(L"--library and --exe-directory need a value that is not empty");
+        }
+        if (!request_.server.empty() && !request_.Has(L"--exe-directory")) {
+            return WrongUsage(
+                L"--server needs --exe-directory: a directory of that computer, not of this one");
         }
         XcvHandle monitor;
         if (spooler_.OpenMonitor(name_, SERVER_ACCESS_ENUMERATE, &monitor) == ERROR_SUCCESS) {
@@ -38,16 +49,17 @@ class Installation {
         if (Problem problem = PlaceFile(); problem) {
             return problem;
         }
-        if (Problem problem = WriteSettings(); problem) {
-            return problem;
+        Problem problem = WriteSettings();
+        if (!problem) {
+            problem = Register();
         }
-        if (Problem problem = Register(); problem) {
-            if (key_is_new_) {
-                registry_.DeleteTree(MonitorKeyPath(name_));
-            }
-            return problem;
+        if (!problem) {
+            problem = Confirm();
         }
-        return Confirm();
+        if (problem) {
+            TakeBack();
+        }
+        return problem;
     }
 
   private:
@@ -61,11 +73,28 @@ class Installation {
         if (request_.Has(L"--no-copy") || !request_.server.empty()) {
             return std::nullopt;
         }
-        const DWORD error = PlaceLibrary(library_);
-        return error == ERROR_SUCCESS
-                   ? Problem()
-                   : SystemFailure(L"cannot copy " + library_ + L" into the system directory",
-                                   error);
+        const DWORD error = PlaceLibrary(library_, file_);
+        if (error == ERROR_SUCCESS) {
+            return std::nullopt;
+        }
+        Failure failure = SystemFailure(
+            L"cannot copy " + library_ + L" into the system directory as " + file_, error);
+        if (error == ERROR_SHARING_VIOLATION || error == ERROR_USER_MAPPED_FILE) {
+            failure.advice =
+                L"the spooler still uses another version: start it again (net stop spooler, net "
+                L"start spooler), then install";
+        }
+        return failure;
+    }
+
+    // What a step before the failing one did. The library's file stays: another monitor may use it.
+    void TakeBack() {
+        if (registered_) {
+            static_cast<void>(spooler_.DeleteMonitor(name_));
+        }
+        if (key_is_new_) {
+            registry_.DeleteTree(MonitorKeyPath(name_));
+        }
     }
 
     // The monitor reads both when it starts, which is while it is being registered.
@@ -77,7 +106,7 @@ class Installation {
         CRegistryKey monitor_key;
         code = registry_.Create(MonitorKeyPath(name_), &monitor_key, &key_is_new_);
         if (code == ERROR_SUCCESS) {
-            code = monitor_key.WriteDword(kTypeValue, static_cast<std::uint32_t>(type_));
+            code = monitor_key.WriteDword(kMonitorTypeValue, static_cast<std::uint32_t>(type_));
         }
         CRegistryKey software_key;
         if (code == ERROR_SUCCESS) {
@@ -91,9 +120,10 @@ class Installation {
                                                      static_cast<DWORD>(code));
     }
 
-    Problem Register() const {
-        const DWORD error = spooler_.AddMonitor(name_, FileNameOf(library_));
-        if (error == ERROR_SUCCESS) {
+    Problem Register() {
+        const DWORD error = spooler_.AddMonitor(name_, file_);
+        registered_ = error == ERROR_SUCCESS;
+        if (registered_) {
             return std::nullopt;
         }
         if (error == ERROR_PRINT_MONITOR_ALREADY_INSTALLED) {
@@ -101,15 +131,15 @@ class Installation {
         }
         Failure failure = SystemFailure(L"the spooler does not take the monitor", error);
         if (failure.advice.empty()) {
-            failure.advice = FileNameOf(library_) +
+            failure.advice = file_ +
                              L" must lie in the system directory of the spooler's computer and be "
                              L"a 64-bit library";
         }
         return failure;
     }
 
-    // Registered is not started.
-    Problem Confirm() const {
+    // Registered is not started. One that is only not started yet stays registered.
+    Problem Confirm() {
         XcvHandle monitor;
         DWORD error = spooler_.OpenMonitor(name_, SERVER_ACCESS_ENUMERATE, &monitor);
         MonitorType type = MonitorType::kNone;
@@ -122,7 +152,15 @@ class Installation {
             if (failure.advice.empty()) {
                 failure.advice = L"start the spooler again: net stop spooler, net start spooler";
             }
+            KeepAll();
             return failure;
+        }
+        if (type != type_) {
+            return Failure{ExitCode::kFailed,
+                           L"the library runs as the other kind of the monitor already (" +
+                               std::wstring(MonitorTypeWord(type)) +
+                               L"); the installation was taken back",
+                           L"give this one a file of its own: kspctl install --library FILE"};
         }
         output_.Line(L"installed the monitor " + Quoted(name_) + L" (" +
                      std::wstring(MonitorTypeWord(type)) + L")");
@@ -134,15 +172,22 @@ class Installation {
         return std::nullopt;
     }
 
+    void KeepAll() {
+        registered_ = false;
+        key_is_new_ = false;
+    }
+
     const Request& request_;
     Output& output_;
     Spooler spooler_;
     MachineRegistry registry_;
     MonitorType type_;
     std::wstring name_;
-    std::wstring library_;
+    std::wstring library_;  // where it is copied from
+    std::wstring file_;     // its name in the system directory
     std::wstring exe_directory_;
     bool key_is_new_ = false;
+    bool registered_ = false;
 };
 
 }  // namespace

@@ -26,6 +26,25 @@ LONG MachineRegistry::Create(const std::wstring& path, CRegistryKey* key, bool* 
     return key->Create(access_, root_, path.c_str(), KEY_READ | KEY_WRITE);
 }
 
+std::optional<MonitorType> MachineRegistry::InstalledType(const std::wstring& monitor) {
+    CRegistryKey key;
+    if (Open(MonitorKeyPath(monitor), KEY_READ, &key) != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    const auto type = key.ReadDword(kMonitorTypeValue);
+    return type ? std::optional(static_cast<MonitorType>(*type)) : std::nullopt;
+}
+
+DWORD MachineRegistry::CountPorts(const std::wstring& monitor) {
+    CRegistryKey key;
+    DWORD count = 0;
+    if (Open(MonitorKeyPath(monitor) + L"\\Ports", KEY_READ, &key) == ERROR_SUCCESS) {
+        ::RegQueryInfoKeyW(static_cast<HKEY>(key.Get()), nullptr, nullptr, nullptr, &count, nullptr,
+                           nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    }
+    return count;
+}
+
 LONG MachineRegistry::DeleteTree(const std::wstring& path) {
     return ::RegDeleteTreeW(root_, path.c_str());
 }

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 #include "ports/monitor_type.h"
@@ -24,6 +25,10 @@ class MachineRegistry {
     [[nodiscard]] LONG Open(const std::wstring& path, REGSAM rights, CRegistryKey* key);
     // `created` tells whether the key is new; it may be null.
     [[nodiscard]] LONG Create(const std::wstring& path, CRegistryKey* key, bool* created = nullptr);
+    // The kind that is installed under that name; none when it is not installed.
+    [[nodiscard]] std::optional<MonitorType> InstalledType(const std::wstring& monitor);
+    // How many ports the monitor of that name keeps, whether it runs or not.
+    [[nodiscard]] DWORD CountPorts(const std::wstring& monitor);
     // With everything below it.
     LONG DeleteTree(const std::wstring& path);
 
@@ -34,6 +39,9 @@ class MachineRegistry {
     HKEY root_ = HKEY_LOCAL_MACHINE;
     CRegistryAccess access_;
 };
+
+// The value of the monitor's key that says of which kind it is.
+inline constexpr wchar_t kMonitorTypeValue[] = L"KSPRINT_SECURE";
 
 // Where the spooler keeps what it knows of a monitor.
 [[nodiscard]] std::wstring MonitorKeyPath(const std::wstring& monitor);

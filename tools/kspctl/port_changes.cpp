@@ -38,6 +38,13 @@ Problem CheckRecord(const CPortInfo& info, MonitorType type) {
     return std::nullopt;
 }
 
+Problem CheckTracking(const CPortInfo& info) {
+    return info.IsTracked() && info.MacAddress.empty()
+               ? Problem(WrongUsage(L"a tracked port needs a MAC address (--mac, MacAddress): by it "
+                                    L"the printer is found again"))
+               : std::nullopt;
+}
+
 Problem ChangePort(const XcvHandle& monitor, const CPortInfo& info, bool address_values) {
     if (address_values) {
         const DWORD code = SendAddPort(monitor, info);

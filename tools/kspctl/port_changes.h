@@ -12,6 +12,9 @@ namespace ksp::ctl {
 // for the record that configures one.
 [[nodiscard]] Problem CheckRecord(const CPortInfo& info, MonitorType type);
 
+// A port that follows its printer must know whom to follow.
+[[nodiscard]] Problem CheckTracking(const CPortInfo& info);
+
 // Stores and uses the record for a port that exists. Configuring alone does not store the address
 // values, adding again does not take the queue: where both are needed, both are done.
 [[nodiscard]] Problem ChangePort(const XcvHandle& monitor, const CPortInfo& info,

@@ -52,13 +52,14 @@ bool PortCheck::Run() {
         return false;
     }
     Do(&PortCheck::Connect, discovery);
+    const bool connects = !failed_;
     Do(&PortCheck::AskIdentity, discovery);
     Do(&PortCheck::AskStatus, discovery);
     if (IsLpr(info_)) {
-        Do(&PortCheck::AskQueue, discovery);
+        connects ? Do(&PortCheck::AskQueue, discovery) : Skip(L"queue");
     }
     if (type_ == MonitorType::kIdPrint) {
-        Do(&PortCheck::AskReachability, discovery);
+        connects ? Do(&PortCheck::AskReachability, discovery) : Skip(L"reachability");
     }
     return !failed_;
 }
@@ -70,6 +71,13 @@ void PortCheck::Do(Look look, const Discovery& discovery) {
         step.seconds = SecondsSince(begin);
     }
     failed_ = failed_ || step.result == CheckResult::kFailed;
+    report_(step);
+}
+
+void PortCheck::Skip(const std::wstring& name) {
+    CheckStep step{name};
+    step.result = CheckResult::kSkipped;
+    step.text = L"there is no connection to ask over";
     report_(step);
 }
 
@@ -87,12 +95,33 @@ CheckStep PortCheck::CheckRecord(const Discovery& /*discovery*/) {
         step.advice = L"give it one: kspctl set PORT PrinterAddress=ADDRESS";
         return step;
     }
+    if (const PortField* field = NoTcpPort(); field != nullptr) {
+        step.result = CheckResult::kFailed;
+        step.text = std::wstring(field->name) + L" is " + std::to_wstring(info_.*field->number) +
+                    L", which is no TCP port";
+        step.advice = L"give the port one from 1 to 65535: kspctl set PORT " +
+                      std::wstring(field->change == FieldChange::kFixed ? L"SecureRawPortNo"
+                                                                        : field->name) +
+                      L"=NUMBER";
+        return step;
+    }
     step.text = ProtocolWord(info_.ProtocolID) + L" to " + info_.PrinterAddress + L" port " +
                 std::to_wstring(info_.PortNumber);
     if (IsLpr(info_)) {
         step.text += L", queue " + info_.QueueName;
     }
     return step;
+}
+
+const PortField* PortCheck::NoTcpPort() const {
+    for (const wchar_t* name : {L"PortNumber", L"CheckPortNo"}) {
+        const PortField* const field = FindPortField(name);
+        const bool needed = field->change == FieldChange::kFixed || type_ == MonitorType::kIdPrint;
+        if (needed && !IsTcpPort(info_.*field->number)) {
+            return field;
+        }
+    }
+    return nullptr;
 }
 
 CheckStep PortCheck::FindAddress(const Discovery& discovery) {

@@ -11,6 +11,7 @@
 namespace ksp::ctl {
 
 class Discovery;
+struct PortField;
 
 enum class CheckResult {
     kPassed,
@@ -49,6 +50,11 @@ class PortCheck {
     using Look = CheckStep (PortCheck::*)(const Discovery& discovery);
 
     void Do(Look look, const Discovery& discovery);
+    // Waiting a second time for a printer that takes no connection tells nothing new.
+    void Skip(const std::wstring& name);
+
+    // The value of the record that should be a TCP port and is none; null when all are.
+    [[nodiscard]] const PortField* NoTcpPort() const;
 
     [[nodiscard]] CheckStep CheckRecord(const Discovery& discovery);
     [[nodiscard]] CheckStep FindAddress(const Discovery& discovery);

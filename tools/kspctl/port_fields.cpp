@@ -99,6 +99,12 @@ std::wstring_view WordOf(std::span<const Word> words, std::uint32_t number) {
     return found == words.end() ? std::wstring_view() : found->word;
 }
 
+bool IsMacAddress(const std::wstring& text) {
+    constexpr std::size_t kDigits = 12;
+    return text.size() == kDigits &&
+           text.find_first_not_of(L"0123456789abcdefABCDEF") == std::wstring::npos;
+}
+
 Problem ParseWord(std::span<const Word> words, std::wstring_view what, const std::wstring& value,
                   std::uint32_t* number) {
     std::wstring known;
@@ -124,7 +130,18 @@ const PortField* FindPortField(std::wstring_view name) {
     return found == std::end(kFields) ? nullptr : found;
 }
 
-Problem StoreField(const PortField& field, const std::wstring& value, CPortInfo* info) {
+bool IsTcpPort(std::uint32_t number) {
+    return number >= 1 && number <= std::numeric_limits<std::uint16_t>::max();
+}
+
+Problem StoreField(const PortField& field, const std::wstring& value, MonitorType type,
+                   CPortInfo* info) {
+    if (field.change == FieldChange::kIdPrint && type != MonitorType::kIdPrint) {
+        return WrongUsage(std::wstring(field.name) + L" is kept by the ID-print monitor only");
+    }
+    if (field.text == &CPortInfo::MacAddress && !value.empty() && !IsMacAddress(value)) {
+        return WrongUsage(Quoted(value) + L" is no MAC address, which is 12 hexadecimal digits");
+    }
     if (field.text != nullptr) {
         info->*field.text = value;
         return std::nullopt;
@@ -135,7 +152,13 @@ Problem StoreField(const PortField& field, const std::wstring& value, CPortInfo*
     if (field.number == &CPortInfo::PrinterAddressType) {
         return ParseAddressType(value, &info->PrinterAddressType);
     }
-    return ParseNumber(field.name, value, &(info->*field.number));
+    if (Problem problem = ParseNumber(field.name, value, &(info->*field.number)); problem) {
+        return problem;
+    }
+    if (field.number != &CPortInfo::SecureUserMode && !IsTcpPort(info->*field.number)) {
+        return WrongUsage(std::wstring(field.name) + L" is a TCP port, a number from 1 to 65535");
+    }
+    return std::nullopt;
 }
 
 bool SameValue(const PortField& field, const CPortInfo& left, const CPortInfo& right) {

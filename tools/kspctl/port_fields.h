@@ -33,10 +33,12 @@ std::span<const PortField> PortFields();
 // By the exact name; null when there is none.
 const PortField* FindPortField(std::wstring_view name);
 
-// Puts a value from the command line into the record. ProtocolID and PrinterAddressType also take
-// their words: raw, lpr, xlpr; address, host, url, tracked.
+// Puts a value from the command line into the record of a port of that kind of monitor, unless such
+// a port cannot have it. ProtocolID and PrinterAddressType also take their words: raw, lpr, xlpr;
+// address, host, url, tracked.
 [[nodiscard]] Problem StoreField(const PortField& field, const std::wstring& value,
-                                 CPortInfo* info);
+                                 MonitorType type, CPortInfo* info);
+[[nodiscard]] bool IsTcpPort(std::uint32_t number);
 [[nodiscard]] bool SameValue(const PortField& field, const CPortInfo& left, const CPortInfo& right);
 // As `show` shows it: "2 (raw)".
 [[nodiscard]] std::wstring ShownValue(const PortField& field, const CPortInfo& info);

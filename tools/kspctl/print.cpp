@@ -6,17 +6,22 @@
 #include "tools/kspctl/print_host.h"
 #include "tools/kspctl/session.h"
 #include "tools/kspctl/settings_table.h"
+#include "tools/print/options.h"
+#include "tools/print/program_directory.h"
 
 namespace ksp::ctl {
 namespace {
 
+// Where the discovery library lies on this computer; beside this program when no monitor is installed
+// here, as it is where `install` puts it.
 std::wstring ExeDirectory(MonitorType type) {
     MachineRegistry registry;
     CRegistryKey key;
-    if (registry.Open(SoftwareKeyPath(type), KEY_READ, &key) != ERROR_SUCCESS) {
-        return L"";
+    std::optional<std::wstring> directory;
+    if (registry.Open(SoftwareKeyPath(type), KEY_READ, &key) == ERROR_SUCCESS) {
+        directory = ReadSetting(*FindSetting(L"ExeDirectory"), registry, key);
     }
-    return ReadSetting(*FindSetting(L"ExeDirectory"), registry, key).value_or(L"");
+    return directory.value_or(print::ProgramDirectory());
 }
 
 }  // namespace
@@ -45,13 +50,14 @@ Problem Print(const Request& request, Output& output) {
     if (type == MonitorType::kIdPrint) {
         arguments.emplace_back(L"--id-print");
     }
-    if (const std::wstring directory = ExeDirectory(type); !directory.empty()) {
-        arguments.insert(arguments.end(), {L"--exe-directory", directory});
-    }
+    arguments.insert(arguments.end(), {L"--exe-directory", ExeDirectory(type)});
     if (const auto patience = request.Value(L"--patience"); patience) {
         std::uint32_t seconds = 0;
-        if (Problem problem = ParseNumber(L"--patience", *patience, &seconds); problem) {
-            return problem;
+        if (ParseNumber(L"--patience", *patience, &seconds) || seconds < 1 ||
+            seconds > print::kLongestPatience) {
+            return WrongUsage(L"--patience is a number of seconds from 1 to " +
+                              std::to_wstring(print::kLongestPatience) + L", not " +
+                              Quoted(*patience));
         }
         arguments.insert(arguments.end(), {L"--patience", *patience});
     }

@@ -9,13 +9,14 @@
 #include "ports/port_record_forms.h"
 #include "support/windows_handles.h"
 #include "tools/host/temp_directory.h"
+#include "tools/print/interruption.h"
 #include "tools/print/program_directory.h"
 
 namespace ksp::ctl {
 namespace {
 
 constexpr DWORD kPrinted = 0;
-constexpr DWORD kUnusable = 2;  // the file or the record
+constexpr DWORD kNotPrinted = 1;
 
 [[nodiscard]] bool WriteRecord(const CPortInfo& port, const std::wstring& path) {
     const auto record = std::make_unique<XcvPortInfo>();
@@ -33,6 +34,8 @@ constexpr DWORD kUnusable = 2;  // the file or the record
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION information = {};
+    // The program gives the job up in order, and this one says so when it has.
+    print::CatchInterruption();
     if (CreateProcessW(program.c_str(), command_line.data(), nullptr, nullptr, TRUE, 0, nullptr,
                        nullptr, &startup, &information) == FALSE) {
         return GetLastError();
@@ -72,10 +75,11 @@ Problem RunPrintHost(const CPortInfo& port, std::span<const std::wstring> argume
     if (exit_code == kPrinted) {
         return std::nullopt;
     }
-    return exit_code == kUnusable
-               ? Failure{ExitCode::kFailed, L"the file or the port cannot be printed"}
-               : Failure{ExitCode::kPrinterSilent, L"the file was not printed",
-                         L"look for the reason with: kspctl test " + QuotedArgument(port.PortName)};
+    return exit_code == kNotPrinted
+               ? Failure{ExitCode::kPrinterSilent, L"the file was not printed",
+                         L"look for the reason with: kspctl test " + QuotedArgument(port.PortName)}
+               : Failure{ExitCode::kFailed, L"the printing could not be begun",
+                         L"what is missing stands above"};
 }
 
 std::wstring QuotedArgument(const std::wstring& argument) {

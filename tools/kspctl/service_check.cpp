@@ -1,6 +1,7 @@
 // The steps of a port's check that talk to the services on the printer beside the printing itself:
-// the queue's state over LPR (RFC 1179, section 5.3), and the reachability check of ID print.
+// the queue's state over LPR (RFC 1179, sections 5.2 and 5.3), and the reachability check of ID print.
 
+#include <chrono>
 #include <string>
 
 #include "net/ip_address.h"
@@ -14,25 +15,29 @@
 namespace ksp::ctl {
 namespace {
 
+constexpr char kReceiveJob = 0x02;
 constexpr char kSendQueueState = 0x03;
+constexpr char kAccepted = 0x00;
 constexpr std::size_t kLongestAnswer = 4096;
 
-// What the printer answers up to the end of the connection; empty when it says nothing.
-std::string AskForQueue(const std::wstring& address_text, std::uint16_t port,
-                        const std::wstring& queue) {
+// What the printer answers to one command, up to so many bytes or the end of the connection; empty
+// when it says nothing. Nothing follows the command, so nothing is printed.
+std::string Ask(const std::wstring& address_text, std::uint16_t port, const std::string& question,
+                std::size_t most) {
     CSLIpAddr address;
     if (address.getByName(address_text) != 0) {
         return {};
     }
     CSLStreamSocket socket(address, port);
     std::string answer;
-    const std::string question = kSendQueueState + ToAnsi(queue) + " \n";
     const auto length = static_cast<std::int32_t>(question.size());
     const std::uint32_t seconds = GetWaitServerReplyTimeout();
+    // One wait for all of it: a printer that says a little at a time would be listened to for hours.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     if (socket.connect() == 0 && socket.send(question.data(), length, seconds) == length) {
         char piece[512];
         std::int32_t count = 0;
-        while (answer.size() < kLongestAnswer &&
+        while (answer.size() < most && std::chrono::steady_clock::now() < end &&
                (count = socket.recv(piece, sizeof(piece), seconds)) > 0) {
             answer.append(piece, static_cast<std::size_t>(count));
         }
@@ -55,16 +60,28 @@ std::wstring FirstLine(const std::string& answer) {
 
 CheckStep PortCheck::AskQueue(const Discovery& /*discovery*/) {
     CheckStep step{L"queue"};
-    const std::wstring line = FirstLine(
-        AskForQueue(address_, static_cast<std::uint16_t>(info_.PortNumber), info_.QueueName));
-    if (line.empty()) {
+    const auto port = static_cast<std::uint16_t>(info_.PortNumber);
+    const std::string queue = ToAnsi(info_.QueueName);
+    const std::string answer = Ask(address_, port, kReceiveJob + queue + "\n", 1);
+    const std::wstring quoted = Quoted(info_.QueueName);
+    if (answer.empty()) {
         step.result = CheckResult::kAttention;
-        step.text = L"the printer tells nothing about the queue " + Quoted(info_.QueueName);
-        step.advice =
-            L"many printers do not; if jobs do not print, look up the queue's name in the "
-            L"printer's handbook: kspctl set PORT QueueName=NAME";
+        step.text = L"the printer does not say whether it takes jobs for the queue " + quoted;
+    } else if (answer.front() != kAccepted) {
+        step.result = CheckResult::kFailed;
+        step.text = L"the printer takes no job for the queue " + quoted + L" (it answers " +
+                    std::to_wstring(static_cast<unsigned char>(answer.front())) + L")";
     } else {
-        step.text = L"about " + Quoted(info_.QueueName) + L" the printer says: " + line;
+        step.text = L"the printer takes jobs for the queue " + quoted;
+    }
+    if (step.result != CheckResult::kPassed) {
+        step.advice =
+            L"look up the queue's name in the printer's handbook: kspctl set PORT QueueName=NAME";
+    }
+    const std::wstring state =
+        FirstLine(Ask(address_, port, kSendQueueState + queue + " \n", kLongestAnswer));
+    if (!state.empty()) {
+        step.text += L"; it says: " + state;
     }
     return step;
 }

@@ -1,7 +1,6 @@
 #include "tools/kspctl/session.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "ports/port_record_forms.h"
 #include "tools/kspctl/monitor_names.h"
@@ -22,6 +21,8 @@ bool SaysUnknown(DWORD error) {
     return std::find(std::begin(kUnknown), std::end(kUnknown), error) != std::end(kUnknown);
 }
 
+}  // namespace
+
 std::vector<std::wstring> MonitorsToTry(const Request& request) {
     if (!request.monitor.empty()) {
         return {request.monitor};
@@ -31,8 +32,6 @@ std::vector<std::wstring> MonitorsToTry(const Request& request) {
     }
     return {std::wstring(kOrdinaryMonitor), std::wstring(kIdPrintMonitor)};
 }
-
-}  // namespace
 
 Problem OpenMonitor(const Request& request, Access access, XcvHandle* monitor, std::wstring* name) {
     const Spooler spooler(request.server);
@@ -109,6 +108,13 @@ Problem CheckPortName(const std::wstring& port) {
     return WrongUsage(Quoted(port) +
                       L" cannot be the name of a port: a name has 1 to 255 "
                       L"characters and no backslash");
+}
+
+Problem AskOwner(const XcvHandle& monitor, const std::wstring& port, bool* ours) {
+    const DWORD code = AskIsOurPort(monitor, port, ours);
+    return code == ERROR_SUCCESS || code == ERROR_INVALID_PARAMETER
+               ? Problem()
+               : SystemFailure(L"the monitor does not tell about the port " + Quoted(port), code);
 }
 
 Failure NoSuchPort(const std::wstring& port) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tools/kspctl/command.h"
 #include "tools/kspctl/monitor_commands.h"
@@ -11,6 +12,9 @@ namespace ksp::ctl {
 // a message for everything that can be wrong with it.
 
 enum class Access { kRead, kChange };
+
+// The names that the command line can mean, the likeliest first.
+[[nodiscard]] std::vector<std::wstring> MonitorsToTry(const Request& request);
 
 // Opens the monitor that --monitor or --id-print names; without them the ordinary one or, when it
 // is not installed, the ID-print one. `name` gets the one that was opened; it may be null.
@@ -28,6 +32,9 @@ enum class Access { kRead, kChange };
 
 // Whether the registry can have a key of this name.
 [[nodiscard]] Problem CheckPortName(const std::wstring& port);
+
+// Whether a port that exists is this monitor's; another monitor does not know the question.
+[[nodiscard]] Problem AskOwner(const XcvHandle& monitor, const std::wstring& port, bool* ours);
 
 Failure NoSuchPort(const std::wstring& port);
 

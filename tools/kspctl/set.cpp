@@ -40,17 +40,18 @@ class RecordChange {
 
     Problem Take(const std::vector<Assignment>& assignments) {
         for (const Assignment& assignment : assignments) {
-            if (assignment.field->change == FieldChange::kIdPrint &&
-                type_ != MonitorType::kIdPrint) {
-                return WrongUsage(std::wstring(assignment.field->name) +
-                                  L" is kept by the ID-print monitor only");
-            }
-            if (Problem problem = StoreField(*assignment.field, assignment.value, &new_); problem) {
+            if (Problem problem = StoreField(*assignment.field, assignment.value, type_, &new_);
+                problem) {
                 return problem;
             }
             taken_.push_back(assignment.field);
         }
         Follow();
+        if (ChangesAddressValues()) {
+            if (Problem problem = CheckTracking(new_); problem) {
+                return problem;
+            }
+        }
         return CheckRecord(new_, type_);
     }
 

@@ -33,25 +33,30 @@ Problem ParseWanted(const std::wstring& text, Wanted* wanted) {
     return removes ? Problem() : CheckSetting(*wanted->setting, *wanted->value);
 }
 
-// Settings can be written before the monitor is installed.
-MonitorType TypeOf(const Request& request) {
-    if (request.id_print) {
-        return MonitorType::kIdPrint;
+// Whose settings are meant. The registry knows it of a monitor that does not run, too. Without a name
+// settings can be written before the monitor is installed.
+Problem FindType(const Request& request, MachineRegistry& registry, MonitorType* type) {
+    *type = request.id_print ? MonitorType::kIdPrint : MonitorType::kOrdinary;
+    if (request.id_print && request.monitor.empty()) {
+        return std::nullopt;
+    }
+    for (const std::wstring& name : MonitorsToTry(request)) {
+        if (const auto installed = registry.InstalledType(name); installed) {
+            *type = *installed;
+            return std::nullopt;
+        }
     }
     XcvHandle monitor;
-    MonitorType type = MonitorType::kNone;
-    if (OpenMonitor(request, Access::kRead, &monitor) ||
-        AskMonitorType(monitor, &type) != ERROR_SUCCESS) {
-        return MonitorType::kOrdinary;
+    if (Problem problem = OpenMonitor(request, Access::kRead, &monitor); problem) {
+        return request.monitor.empty() ? std::nullopt : problem;
     }
-    return type;
+    const DWORD code = AskMonitorType(monitor, type);
+    return code == ERROR_SUCCESS ? Problem()
+                                 : SystemFailure(L"the monitor does not tell what it is", code);
 }
 
 Problem Write(const std::vector<Wanted>& all, const CRegistryKey& key, Output& output) {
     for (const Wanted& wanted : all) {
-        if (!wanted.value) {
-            continue;
-        }
         const std::wstring name(wanted.setting->name);
         const bool removes = *wanted.value == kDefault;
         const LONG code = removes ? RemoveSetting(*wanted.setting, key)
@@ -108,12 +113,16 @@ void ShowTable(const std::vector<Wanted>& all, MachineRegistry& registry, const 
 
 Problem ShowOrWriteSettings(const Request& request, Output& output) {
     std::vector<Wanted> all;
-    bool writes = false;
+    std::size_t writes = 0;
     for (const std::wstring& argument : request.arguments) {
         if (Problem problem = ParseWanted(argument, &all.emplace_back()); problem) {
             return problem;
         }
-        writes = writes || all.back().value;
+        writes += all.back().value ? std::size_t{1} : 0;
+    }
+    if (writes > 0 && (writes < all.size() || request.json)) {
+        return WrongUsage(
+            L"settings are shown or written, not both at once: leave out NAME and --json, or =VALUE");
     }
     if (all.empty()) {
         for (const Setting& setting : Settings()) {
@@ -125,9 +134,13 @@ Problem ShowOrWriteSettings(const Request& request, Output& output) {
     if (code != ERROR_SUCCESS) {
         return SystemFailure(L"cannot reach the registry", static_cast<DWORD>(code));
     }
+    MonitorType type = MonitorType::kNone;
+    if (Problem problem = FindType(request, registry, &type); problem) {
+        return problem;
+    }
     CRegistryKey key;
-    const std::wstring path = SoftwareKeyPath(TypeOf(request));
-    if (writes) {
+    const std::wstring path = SoftwareKeyPath(type);
+    if (writes > 0) {
         code = registry.Create(path, &key);
         return code == ERROR_SUCCESS
                    ? Write(all, key, output)

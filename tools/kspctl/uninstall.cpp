@@ -6,66 +6,119 @@
 namespace ksp::ctl {
 namespace {
 
-// A monitor that does not start has no ports to lose.
-Problem CheckNoPorts(const Request& request, const XcvHandle& monitor) {
-    std::vector<std::wstring> ports;
-    if (Problem problem = ListOurPorts(request, monitor, &ports); problem) {
-        return problem;
+Failure HasPorts(const std::wstring& which) {
+    return {ExitCode::kInUse, L"the monitor has ports: " + which,
+            L"delete them first, or lose them with --with-ports"};
+}
+
+Failure NotInstalled(const std::wstring& name) {
+    return {ExitCode::kNotFound, L"the monitor " + Quoted(name) + L" is not installed"};
+}
+
+// One removal, step by step.
+class Removal {
+  public:
+    Removal(const Request& request, Output& output)
+        : request_(request),
+          output_(output),
+          spooler_(request.server),
+          type_(request.id_print ? MonitorType::kIdPrint : MonitorType::kOrdinary),
+          name_(request.monitor.empty() ? DefaultMonitorName(type_) : request.monitor) {}
+
+    Problem Run() {
+        if (const LONG code = registry_.Connect(spooler_.unc_name()); code != ERROR_SUCCESS) {
+            return SystemFailure(L"cannot reach the registry", static_cast<DWORD>(code));
+        }
+        // Asked now: the key that says it does not outlive the monitor.
+        installed_type_ = registry_.InstalledType(name_);
+        type_ = installed_type_.value_or(type_);
+        if (Problem problem = AskMonitor(); problem) {
+            return problem;
+        }
+        if (Problem problem = DeleteMonitor(); problem) {
+            return problem;
+        }
+        // What `install` wrote there before the spooler knew the monitor.
+        const LONG code = registry_.DeleteTree(MonitorKeyPath(name_));
+        if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
+            return SystemFailure(L"cannot remove the monitor's key", static_cast<DWORD>(code));
+        }
+        output_.Line(L"uninstalled the monitor " + Quoted(name_));
+        return request_.Has(L"--purge") ? Purge() : std::nullopt;
     }
-    if (ports.empty()) {
+
+  private:
+    // Its kind and its ports. The channel is closed again before the monitor is deleted: an open one
+    // keeps it in use.
+    Problem AskMonitor() {
+        XcvHandle monitor;
+        if (spooler_.OpenMonitor(name_, SERVER_ACCESS_ADMINISTER, &monitor) != ERROR_SUCCESS) {
+            return CheckStoredPorts();
+        }
+        if (!installed_type_) {
+            static_cast<void>(AskMonitorType(monitor, &type_));
+        }
+        return request_.Has(L"--with-ports") ? std::nullopt : CheckPorts(monitor);
+    }
+
+    Problem CheckPorts(const XcvHandle& monitor) const {
+        std::vector<std::wstring> ports;
+        if (Problem problem = ListOurPorts(request_, monitor, &ports); problem) {
+            return problem;
+        }
+        if (ports.empty()) {
+            return std::nullopt;
+        }
+        return HasPorts(
+            Quoted(ports.front()) +
+            (ports.size() == 1 ? L"" : L" and " + std::to_wstring(ports.size() - 1) + L" more"));
+    }
+
+    // A monitor that does not start still has the ports that it would start with.
+    Problem CheckStoredPorts() {
+        const DWORD count = registry_.CountPorts(name_);
+        return count == 0 || request_.Has(L"--with-ports")
+                   ? Problem()
+                   : HasPorts(std::to_wstring(count) + L" in the registry; it does not start");
+    }
+
+    Problem DeleteMonitor() const {
+        const DWORD error = spooler_.DeleteMonitor(name_);
+        if (error == ERROR_UNKNOWN_PRINT_MONITOR || error == ERROR_FILE_NOT_FOUND) {
+            // A spooler forgets a monitor that did not start; its key is still there.
+            return installed_type_ ? Problem() : NotInstalled(name_);
+        }
+        if (error == ERROR_PRINT_MONITOR_IN_USE || error == ERROR_BUSY) {
+            return Failure{ExitCode::kInUse, L"the monitor " + Quoted(name_) + L" is in use",
+                           L"give its printers another port, then start the spooler again"};
+        }
+        return error == ERROR_SUCCESS
+                   ? Problem()
+                   : SystemFailure(L"the spooler does not delete the monitor", error);
+    }
+
+    Problem Purge() {
+        const LONG code = registry_.DeleteTree(SoftwareKeyPath(type_));
+        if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
+            return SystemFailure(L"cannot remove the settings", static_cast<DWORD>(code));
+        }
+        output_.Line(L"removed its settings");
         return std::nullopt;
     }
-    return Failure{
-        ExitCode::kInUse,
-        L"the monitor has ports: " + Quoted(ports.front()) +
-            (ports.size() == 1 ? L"" : L" and " + std::to_wstring(ports.size() - 1) + L" more"),
-        L"delete them first, or lose them with --with-ports"};
-}
+
+    const Request& request_;
+    Output& output_;
+    Spooler spooler_;
+    MachineRegistry registry_;
+    MonitorType type_;
+    std::wstring name_;
+    std::optional<MonitorType> installed_type_;
+};
 
 }  // namespace
 
 Problem Uninstall(const Request& request, Output& output) {
-    MonitorType type = request.id_print ? MonitorType::kIdPrint : MonitorType::kOrdinary;
-    const std::wstring name = request.monitor.empty() ? DefaultMonitorName(type) : request.monitor;
-    const Spooler spooler(request.server);
-    {
-        // Closed before the monitor is deleted: an open channel keeps it in use.
-        XcvHandle monitor;
-        if (spooler.OpenMonitor(name, SERVER_ACCESS_ADMINISTER, &monitor) == ERROR_SUCCESS) {
-            static_cast<void>(AskMonitorType(monitor, &type));
-            if (!request.Has(L"--with-ports")) {
-                if (Problem problem = CheckNoPorts(request, monitor); problem) {
-                    return problem;
-                }
-            }
-        }
-    }
-    const DWORD error = spooler.DeleteMonitor(name);
-    if (error == ERROR_UNKNOWN_PRINT_MONITOR || error == ERROR_FILE_NOT_FOUND) {
-        return Failure{ExitCode::kNotFound, L"the monitor " + Quoted(name) + L" is not installed"};
-    }
-    if (error == ERROR_PRINT_MONITOR_IN_USE || error == ERROR_BUSY) {
-        return Failure{ExitCode::kInUse, L"the monitor " + Quoted(name) + L" is in use",
-                       L"give its printers another port, then start the spooler again"};
-    }
-    if (error != ERROR_SUCCESS) {
-        return SystemFailure(L"the spooler does not delete the monitor", error);
-    }
-    output.Line(L"uninstalled the monitor " + Quoted(name));
-    MachineRegistry registry;
-    if (registry.Connect(spooler.unc_name()) != ERROR_SUCCESS) {
-        return std::nullopt;
-    }
-    // What `install` wrote there before the spooler knew the monitor.
-    registry.DeleteTree(MonitorKeyPath(name));
-    if (request.Has(L"--purge")) {
-        const LONG code = registry.DeleteTree(SoftwareKeyPath(type));
-        if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
-            return SystemFailure(L"cannot remove the settings", static_cast<DWORD>(code));
-        }
-        output.Line(L"removed its settings");
-    }
-    return std::nullopt;
+    return Removal(request, output).Run();
 }
 
 }  // namespace ksp::ctl

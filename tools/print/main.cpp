@@ -13,8 +13,9 @@
 namespace {
 
 constexpr int kPrinted = 0;
-constexpr int kFailed = 1;
+constexpr int kNotPrinted = 1;
 constexpr int kUnusable = 2;  // arguments or file
+constexpr int kNotStarted = 3;
 
 using ksp::print::CatchInterruption;
 using ksp::print::ConsoleText;
@@ -24,6 +25,7 @@ using ksp::print::ParseOptions;
 using ksp::print::PrintAndReport;
 using ksp::print::PrintErrorLine;
 using ksp::print::PrintLine;
+using ksp::print::PrintResult;
 using ksp::print::Usage;
 using ksp::print::UseRecord;
 
@@ -57,7 +59,15 @@ int Run(const std::vector<std::wstring>& arguments) {
         return kUnusable;
     }
     CatchInterruption();
-    return PrintAndReport(options, std::move(*document)) ? kPrinted : kFailed;
+    switch (PrintAndReport(options, std::move(*document))) {
+        case PrintResult::kPrinted:
+            return kPrinted;
+        case PrintResult::kNotPrinted:
+            return kNotPrinted;
+        case PrintResult::kNotStarted:
+            break;
+    }
+    return kNotStarted;
 }
 
 }  // namespace
@@ -68,9 +78,9 @@ int wmain(int count, wchar_t** arguments);
 int wmain(int count, wchar_t** arguments) {
     const ConsoleText console;
     try {
-        return Run({arguments + 1, arguments + count});
+        return Run({arguments + (count > 0 ? 1 : 0), arguments + count});
     } catch (const std::exception&) {
         PrintErrorLine(L"kspprint: out of memory or another resource");
-        return kFailed;
+        return kNotStarted;
     }
 }

@@ -7,7 +7,6 @@
 namespace ksp::print {
 namespace {
 
-constexpr unsigned kLongestPatience = 3600;
 constexpr size_t kPatienceDigits = 4;
 
 std::wstring ProtocolNames() {
@@ -154,7 +153,8 @@ std::wstring Usage() {
            L"exist in memory, and for this run only.\n"
            L"\n"
            L"Exit code: 0 when everything was printed (and arrived unchanged, where that can be\n"
-           L"seen), 1 when not, 2 when the arguments or the file cannot be used.\n";
+           L"seen), 1 when not, 2 when the arguments or the file cannot be used, 3 when the\n"
+           L"monitor cannot be started.\n";
 }
 
 }  // namespace ksp::print

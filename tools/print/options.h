@@ -9,6 +9,8 @@
 
 namespace ksp::print {
 
+inline constexpr unsigned kLongestPatience = 3600;  // seconds
+
 // What the command line asks for.
 struct Options {
     const Protocol* protocol = FindProtocol(L"raw");

@@ -47,7 +47,7 @@ class PrintRun {
     PrintRun(const Options& options, Document document)
         : options_(options), document_(std::move(document)) {}
 
-    bool Execute();
+    PrintResult Execute();
 
   private:
     bool Prepare();
@@ -76,13 +76,13 @@ class PrintRun {
     std::atomic<bool> gave_up_delivery_ = false;
 };
 
-bool PrintRun::Execute() {
+PrintResult PrintRun::Execute() {
     if (!Prepare()) {
-        return false;
+        return PrintResult::kNotStarted;
     }
     Announce({options_, setup_, program_directory_, document_, printer_.get(), confirmation_.get()});
     if (!StartMonitor()) {
-        return false;
+        return PrintResult::kNotStarted;
     }
     Print();
     // The log and the spooler's journal end with what the monitor does when it is unloaded.
@@ -97,7 +97,7 @@ bool PrintRun::Execute() {
             registry_.GetText(registry_.Root(), PortKey(setup_), L"IpAddress").value_or(L"");
     }
     Report();
-    return Succeeded(job_);
+    return Succeeded(job_) ? PrintResult::kPrinted : PrintResult::kNotPrinted;
 }
 
 bool PrintRun::Prepare() {
@@ -280,7 +280,7 @@ void PrintRun::Report() const {
 
 }  // namespace
 
-bool PrintAndReport(const Options& options, Document document) {
+PrintResult PrintAndReport(const Options& options, Document document) {
     return PrintRun(options, std::move(document)).Execute();
 }
 

@@ -5,8 +5,13 @@
 
 namespace ksp::print {
 
-// Prints the document as the options say and shows everything about it. True when it was printed
-// and, where that can be seen, arrived unchanged.
-[[nodiscard]] bool PrintAndReport(const Options& options, Document document);
+enum class PrintResult {
+    kPrinted,     // and arrived unchanged, where that can be seen
+    kNotPrinted,  // the printer did not take it
+    kNotStarted,  // the program could not set up what a job needs
+};
+
+// Prints the document as the options say and shows everything about it.
+[[nodiscard]] PrintResult PrintAndReport(const Options& options, Document document);
 
 }  // namespace ksp::print

@@ -66,6 +66,9 @@ void Progress::ShowStatusChanges() {
 void Progress::ShowBytes(uint64_t taken) {
     // A file that grows while it is printed is longer than it was.
     const uint64_t total = std::max(total_bytes_, taken);
+    if (total == 0) {
+        return;
+    }
     const uint64_t tenths = taken * kTenths / total;
     if (tenths == shown_tenths_) {
         return;

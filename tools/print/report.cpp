@@ -1,5 +1,7 @@
 #include "tools/print/report.h"
 
+#include <algorithm>
+
 #include "tools/host/registry_text.h"
 #include "tools/print/console.h"
 #include "tools/print/fold.h"

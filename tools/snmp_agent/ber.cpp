@@ -1,5 +1,6 @@
 #include "tools/snmp_agent/ber.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace ksp::agent {
