@@ -153,8 +153,8 @@ void CPrintChannel::CloseConnection() noexcept {
     if (m_pStreamSocket) {
         try {
             if (IsEndRequested()) {
-                // Whoever gives a job up holds the port manager's lock: a sleeping printer must not
-                // hold up every other port.
+                // Whoever gives a job up may hold the port manager's lock: a sleeping printer must
+                // not hold up every other port.
                 m_pStreamSocket->Abandon();
             } else {
                 m_pStreamSocket->close();

@@ -245,7 +245,8 @@ bool CPortOperations::WritePortNow(HANDLE handle, const BYTE* data, DWORD size, 
         }
         if (!paused) {
             const CSendingWrite sending(*port);
-            taken = WriteToChannel(*port, data, size);
+            // The channel of a job that was given up must not connect again.
+            taken = port->IsGivenUp() ? 0 : WriteToChannel(*port, data, size);
         }
     }
     if (paused) {

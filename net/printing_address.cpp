@@ -33,7 +33,8 @@ std::uint32_t CSLIpAddr::getByNamePrinting(const std::wstring& name, std::int32_
         if (!relocation.searched) {
             return kNoDiscovery;
         }
-        // A stored address that is none leads nowhere, whoever answered for it.
+        // A stored address that is none leads nowhere, whoever answered for it. Where the name leads
+        // is then stored in its place.
         if (relocation.address && TextToAddress(*relocation.address).s_addr != INADDR_NONE) {
             Set(TextToAddress(*relocation.address), Origin::kText);
             return 0;

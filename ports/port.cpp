@@ -104,13 +104,6 @@ bool CPort::DeletePrintChannel() {
 }
 
 CPort::ExchangeResult CPort::ExchangePrintChannel(const CPortInfo& info) {
-    const ExchangeResult result = ExchangeWhileFree(info);
-    // A close that was asked for in between found the port busy.
-    static_cast<void>(RunRequestedClose());
-    return result;
-}
-
-CPort::ExchangeResult CPort::ExchangeWhileFree(const CPortInfo& info) {
     const CTryJobLock lock(m_jobLock);
     if (!lock.IsHeld() || (m_channel && m_channel->IsOpen())) {
         return ExchangeResult::kOpen;
@@ -120,13 +113,8 @@ CPort::ExchangeResult CPort::ExchangeWhileFree(const CPortInfo& info) {
 }
 
 bool CPort::HasChannel() {
-    bool has = true;
-    {
-        const CTryJobLock lock(m_jobLock);
-        has = !lock.IsHeld() || m_channel != nullptr;
-    }
-    static_cast<void>(RunRequestedClose());
-    return has;
+    const CTryJobLock lock(m_jobLock);
+    return !lock.IsHeld() || m_channel != nullptr;
 }
 
 bool CPort::CloseChannel(Unfinished job) {
@@ -138,13 +126,10 @@ bool CPort::CloseChannel(Unfinished job) {
 }
 
 void CPort::LookAtChannel() {
-    {
-        const CTryJobLock lock(m_jobLock);
-        if (lock.IsHeld() && m_channel) {
-            static_cast<void>(m_channel->IsOpen());
-        }
+    const CTryJobLock lock(m_jobLock);
+    if (lock.IsHeld() && m_channel) {
+        static_cast<void>(m_channel->IsOpen());
     }
-    static_cast<void>(RunRequestedClose());
 }
 
 // A port that is deleted was looked at when it was closed.
@@ -154,28 +139,32 @@ bool CPort::IsToBeClosed(CPrintChannel& channel) const {
 
 bool CPort::RunRequestedClose() {
     bool closed = true;
-    // Looked at again after every release: a request that came in meanwhile found the lock taken
-    // and relies on this thread.
+    // Looked at again after every release: a request that came in meanwhile found this thread at
+    // work and relies on it.
     while (m_closeRequested) {
         const CTryJobLock lock(m_jobLock);
         if (!lock.IsHeld()) {
             break;
         }
         m_closeRequested = false;
-        // Whoever ends the job afterwards must still learn what became of it.
-        m_jobGivenUp = m_jobGivenUp || m_giveUpRequested;
         try {
             if (m_channel && IsToBeClosed(*m_channel)) {
                 m_jobLock.BeginWork();
                 closed = m_channel->EndDoc() == 0;
             }
         } catch (...) {
-            m_giveUpRequested = false;
+            NoteGivenUp();
             throw;
         }
-        m_giveUpRequested = false;
+        NoteGivenUp();
     }
     return closed;
+}
+
+// Whoever ends the job afterwards must still learn what became of it, also when the request came
+// while the channel was being closed.
+void CPort::NoteGivenUp() noexcept {
+    m_jobGivenUp = m_giveUpRequested.exchange(false) || m_jobGivenUp;
 }
 
 void CPort::LeaveJob() noexcept {

@@ -90,10 +90,10 @@ class CPort {
     void LeaveJob() noexcept;
     // What the job event answered, with its log line.
     static bool LogJobEvent(bool there);
-    [[nodiscard]] ExchangeResult ExchangeWhileFree(const CPortInfo& info);
     // Carries out a requested close unless a job's operation is running. False when it failed.
     bool RunRequestedClose();
     [[nodiscard]] bool IsToBeClosed(CPrintChannel& channel) const;
+    void NoteGivenUp() noexcept;
 
     IPortServices& m_services;
     std::wstring m_name;

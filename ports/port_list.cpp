@@ -16,16 +16,20 @@ CImmortal<CPortArray> g_noPorts;
 
 }  // namespace
 
-// Without a request for memory: the list is made while the library is loaded, where a failure could
-// not be returned.
-CPortList::CPortList() : m_ports(std::shared_ptr<void>(), &g_noPorts.Get()) {}
+// Needs no memory: the list is made while the library is loaded, and cleared where a failure could
+// not be returned either.
+CPortList::Snapshot CPortList::NoPorts() noexcept {
+    return Snapshot(std::shared_ptr<void>(), &g_noPorts.Get());
+}
+
+CPortList::CPortList() noexcept : m_ports(NoPorts()) {}
 
 CPortList::Snapshot CPortList::Ports() const {
     const CSharedLock lock(m_snapshotLock);
     return m_ports;
 }
 
-void CPortList::Publish(Snapshot ports) {
+void CPortList::Publish(Snapshot ports) noexcept {
     {
         const CExclusiveLock lock(m_snapshotLock);
         m_ports.swap(ports);
@@ -88,9 +92,9 @@ bool CPortList::DeletePortById(std::uint32_t id) {
     return true;
 }
 
-void CPortList::Clear() {
+void CPortList::Clear() noexcept {
     const CExclusiveLock lock(m_changeLock);
-    Publish(std::make_shared<const CPortArray>());
+    Publish(NoPorts());
 }
 
 }  // namespace ksp

@@ -23,7 +23,7 @@ class CPortList {
     static constexpr std::uint32_t kNoId = 0xFFFFFFFF;
     using Snapshot = std::shared_ptr<const CPortArray>;
 
-    CPortList();
+    CPortList() noexcept;
     CPortList(const CPortList&) = delete;
     CPortList& operator=(const CPortList&) = delete;
 
@@ -41,12 +41,13 @@ class CPortList {
 
     // Removes a port; it is destroyed when nobody uses it any more.
     bool DeletePortById(std::uint32_t id);
-    void Clear();
+    void Clear() noexcept;
 
     [[nodiscard]] Snapshot Ports() const;
 
   private:
-    void Publish(Snapshot ports);
+    [[nodiscard]] static Snapshot NoPorts() noexcept;
+    void Publish(Snapshot ports) noexcept;
 
     mutable SRWLOCK m_snapshotLock{};  // held only to copy or exchange the pointer
     SRWLOCK m_changeLock{};            // held over a change

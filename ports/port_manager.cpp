@@ -165,6 +165,7 @@ bool CPortManager::ConfigurePort(const CPortInfo& info, bool save) {
 }
 
 bool CPortManager::DeletePort(const std::wstring& name) {
+    std::shared_ptr<CPort> port;  // goes after the lock: its connection may take its time
     const CAutoLogCritSec guard(&m_lock);
     const std::uint32_t id = m_ports.FindPortIdByName(name);
     if (id == kNoId) {
@@ -175,7 +176,7 @@ bool CPortManager::DeletePort(const std::wstring& name) {
     // A job that is on the port is not touched until it is known that the port goes: the printer
     // that sent it may be the very reason why it stays.
     ClosePortNow(id, OpenJob::kLeave);
-    const auto port = m_ports.FindPortById(id);
+    port = m_ports.FindPortById(id);
     if (!port) {
         Log(LogLevel::kError, L"port not found");
         return false;

@@ -147,7 +147,7 @@ int CRegistryStore::GetNotifierCommand(std::wstring& command) {
         }
         name[kBuffer - 1] = L'\0';
         if (std::wstring_view(name).find(L"NAME") != std::wstring_view::npos) {
-            if (type != REG_SZ) {
+            if (type != REG_SZ && type != REG_EXPAND_SZ) {
                 return 0;
             }
             command = TextOfValue(data, std::min<std::size_t>(size, sizeof(data)));

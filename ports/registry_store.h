@@ -89,7 +89,8 @@ class CRegistryStore : public ILogSettings {
     int GetNotifierCommand(std::wstring& command);
 
   private:
-    // Searches the subkeys again when ports were added or deleted while it found none.
+    // Searches the subkeys again when ports were added or deleted while it found none; at last it
+    // holds additions and deletions off for one search.
     template <class Find>
     [[nodiscard]] int FindDespiteChanges(Find find) const;
     [[nodiscard]] bool HasUntrackedPortOnce(const std::wstring& printerAddress);
