@@ -1,11 +1,14 @@
 #include "tests/ports/port_manager_test.h"
 
+#include "channels/protocol_info.h"
 #include "ports/registry_store.h"
 #include "support/logger.h"
 
 namespace ksp::test {
 
 void PortManagerTest::SetUp() {
+    // An ID-print monitor leaves its own behind, for the whole process.
+    CRawProtocolInfo::SetDefaultPortNumber(static_cast<std::uint16_t>(kRawPort));
     ASSERT_TRUE(spooler_.Connect()) << "the program did not get the stand-in winspool.drv";
     spooler_.Reset();
     manager_.emplace(usage_);
