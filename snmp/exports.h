@@ -42,7 +42,9 @@ int KSSendRecvStream(void* stream, ksp::DeviceHandle device, const char* request
                      int reserved);
 // Ends the KSSendRecvStream and KSGetDeviceCapability that run on the device at this moment.
 int KSRecvCancel(void* stream, ksp::DeviceHandle device);
-// The address is dotted IPv4. Nothing is sent yet.
+// The address is dotted IPv4 or a host name. Nothing is sent to the device yet. A name is resolved
+// here, once, by the system; the wait for its name server is not bounded by the time-out of the
+// settings. A name that is not known makes the call fail.
 ksp::DeviceHandle KSCreateDeviceHandle(void* stream, const char* address, const char* settings);
 int KSDeleteDeviceHandle(void* stream, ksp::DeviceHandle device);
 

@@ -1,5 +1,6 @@
 #include "snmp/stream.h"
 
+#include "snmp/host_name.h"
 #include "support/srw_lock.h"
 
 namespace ksp::snmp {
@@ -68,8 +69,19 @@ void CStream::StopProbe() noexcept {
     }
 }
 
+std::shared_ptr<CWindowsSockets> CStream::UsableSockets() {
+    const CSharedLock lock(m_lock);
+    return m_usable ? m_sockets : nullptr;
+}
+
 DeviceHandle CStream::AddDevice(std::string_view address, std::string_view settings) {
-    const auto ipv4 = ParseAddress(address);
+    auto ipv4 = ParseAddress(address);
+    if (!ipv4) {
+        // The lock is not held meanwhile: the stream can be terminated.
+        if (const auto sockets = UsableSockets(); sockets) {
+            ipv4 = ResolveHostName(std::string(address));
+        }
+    }
     const CSharedLock lock(m_lock);
     if (!m_usable || !ipv4) {
         return 0;
