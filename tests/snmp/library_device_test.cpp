@@ -173,7 +173,9 @@ TEST_F(LibraryDeviceTest, WhatIsNeitherAnAddressNorANameIsNoDevice) {
     void* const stream = BeginStream(RegistrySettings{});
     for (const char* address :
          {"", "127.0.0", "127.1", "300.0.0.1", "127.0.0.1:161", "127.0.0.1 ", "::1", "local host",
-          "l\xC3\xB6" "cal", longerThanALabel.c_str()}) {
+          "l\xC3\xB6"
+          "cal",
+          longerThanALabel.c_str()}) {
         EXPECT_LT(library_.KSCreateDeviceHandle(stream, address, ""), 1) << address;
     }
     EndStream(stream);
