@@ -44,17 +44,17 @@ bool CStream::Probe(ProbeCallback callback, void* context) {
         return false;
     }
     m_devices->RemoveFound();
-    m_probe = CProbe::Start({.sockets = m_sockets,
-                             .settings = m_settings,
-                             .mode = m_mode,
-                             .addDevice =
-                                 [devices = m_devices, access = m_settings.access,
-                                  timing = m_mode.timing](const CDeviceIdentity& identity) {
-                                     return devices->Add(
-                                         std::make_shared<CDevice>(identity, access, timing));
-                                 },
-                             .callback = callback,
-                             .context = context});
+    m_probe = CProbe::Start(
+        {.sockets = m_sockets,
+         .settings = m_settings,
+         .mode = m_mode,
+         .addDevice =
+             [sockets = m_sockets, devices = m_devices, access = m_settings.access,
+              timing = m_mode.timing](const CDeviceIdentity& identity) {
+                 return devices->Add(std::make_shared<CDevice>(sockets, identity, access, timing));
+             },
+         .callback = callback,
+         .context = context});
     return m_probe != nullptr;
 }
 
@@ -86,8 +86,8 @@ DeviceHandle CStream::AddDevice(std::string_view address, std::string_view setti
     if (!m_usable || !ipv4) {
         return 0;
     }
-    return m_devices->Add(
-        std::make_shared<CDevice>(*ipv4, m_settings.access, ReadDeviceSettings(settings)));
+    return m_devices->Add(std::make_shared<CDevice>(m_sockets, *ipv4, m_settings.access,
+                                                    ReadDeviceSettings(settings)));
 }
 
 std::shared_ptr<CDevice> CStream::FindDevice(DeviceHandle handle) {
