@@ -4,6 +4,7 @@
 
 #include "snmp/agent_client.h"
 #include "snmp/local_networks.h"
+#include "snmp/unloading.h"
 
 namespace ksp::snmp {
 
@@ -146,7 +147,7 @@ void CProbe::CallBack(DeviceHandle device, int code) const {
 
 void CProbe::Stop() noexcept {
     ::SetEvent(m_stop.Get());
-    if (::GetCurrentThreadId() != m_threadId) {
+    if (::GetCurrentThreadId() != m_threadId && !g_isUnloading) {
         ::WaitForSingleObject(m_thread.Get(), INFINITE);
     }
 }
