@@ -112,7 +112,7 @@ void CProbe::Search(CCaller& caller) {
     }
     CUdpSocket& socket = caller.Socket();
     CSearch search(std::move(range.addresses), m_order.settings.access, m_order.mode.timing,
-                   RandomId(), Now());
+                   RandomId, Now());
     while (!IsStopped()) {
         // Answers first: one that came in time counts, also after a callback that took long.
         bool more = true;

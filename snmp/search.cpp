@@ -12,8 +12,8 @@ constexpr std::uint64_t kBeforeOthers = 0;
 }  // namespace
 
 CSearch::CSearch(std::vector<Ipv4> addresses, CAgentAccess access, const CTiming& timing,
-                 std::uint32_t firstId, std::uint64_t now)
-    : m_access(std::move(access)), m_timing(timing), m_nextId(firstId) {
+                 RequestIds newId, std::uint64_t now)
+    : m_access(std::move(access)), m_timing(timing), m_newId(std::move(newId)) {
     m_targets.reserve(addresses.size());
     for (const Ipv4 address : addresses) {
         if (!m_byAddress.emplace(address, m_targets.size()).second) {
@@ -30,7 +30,7 @@ bool CSearch::NextQuestion(Target& target, VersionChoice versions) {
     if (!question) {
         return false;
     }
-    const auto requestId = static_cast<std::int32_t>(m_nextId++ & 0x7FFFFFFF);
+    const auto requestId = static_cast<std::int32_t>(m_newId() & 0x7FFFFFFF);
     target.exchange.emplace(std::move(*question), requestId, versions);
     target.sendings = 0;
     return true;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <queue>
 #include <string>
@@ -34,9 +35,11 @@ class CSearch {
     static constexpr int kBurst = 32;
     static constexpr std::uint64_t kBurstTime = 16;
 
-    // `firstId`: the request id to begin with; best one that nobody can guess.
+    // Gives a request id that nobody can guess from others that it gave.
+    using RequestIds = std::function<std::uint32_t()>;
+
     CSearch(std::vector<Ipv4> addresses, CAgentAccess access, const CTiming& timing,
-            std::uint32_t firstId, std::uint64_t now);
+            RequestIds newId, std::uint64_t now);
 
     // Works on a datagram that came from the agent's port of that address.
     void Receive(Ipv4 address, ByteView datagram, IOutput& output);
@@ -71,7 +74,7 @@ class CSearch {
 
     CAgentAccess m_access;
     CTiming m_timing;
-    std::uint32_t m_nextId;
+    RequestIds m_newId;
     std::vector<Target> m_targets;
     std::unordered_map<Ipv4, std::size_t> m_byAddress;
     // Entries that are no longer true are dropped when they come to the front.

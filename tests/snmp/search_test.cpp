@@ -83,8 +83,9 @@ class SearchTest : public ::testing::Test, protected CSearch::IOutput {
 
     void Begin(const std::vector<CNetwork>& networks, const snmp::CTiming& timing,
                snmp::VersionChoice versions = snmp::VersionChoice::k2c) {
-        search_.emplace(snmp::RangeOf(networks).addresses, snmp::CAgentAccess{.versions = versions},
-                        timing, 0x7FFFFFF0, now_);
+        search_.emplace(
+            snmp::RangeOf(networks).addresses, snmp::CAgentAccess{.versions = versions}, timing,
+            [this] { return ids_ += 0x01234567; }, now_);
     }
     // The answer "no such variable" to a request that this library wrote: another PDU type, the
     // error status 2.
@@ -116,6 +117,7 @@ class SearchTest : public ::testing::Test, protected CSearch::IOutput {
     }
 
     std::uint64_t now_ = 1000;
+    std::uint32_t ids_ = 0x70000000;
     std::optional<CSearch> search_;
     std::vector<Sent> sent_;
     std::vector<std::pair<Ipv4, Bytes>> answers_;
@@ -181,6 +183,21 @@ TEST_F(SearchTest, AfterTheFirstAnswerOneVersionIsSpoken) {
     now_ = search_->NextTime();
     search_->Advance(now_, *this);
     EXPECT_EQ(sent_.size(), 3U);
+}
+
+TEST_F(SearchTest, EveryQuestionHasAnIdOfItsOwn) {
+    Begin({{0x7F000507, 0xFFFFFFFF}, {0x7F000508, 0xFFFFFFFF}}, {2000, 1, 500});
+    search_->Advance(now_, *this);
+    search_->Receive(0x7F000507, Refusal(sent_.at(0).message), *this);
+    search_->Advance(now_, *this);
+    std::vector<Bytes> ids;
+    for (const Sent& sent : sent_) {
+        const auto pdu = std::find_if(sent.message.begin(), sent.message.end(),
+                                      [](std::uint8_t byte) { return byte == 0xA0; });
+        ids.emplace_back(pdu + 4, pdu + 8);
+    }
+    EXPECT_THAT(ids, ElementsAre(Bytes{0x71, 0x23, 0x45, 0x67}, Bytes{0x72, 0x46, 0x8A, 0xCE},
+                                 Bytes{0x73, 0x69, 0xD0, 0x35}));
 }
 
 TEST_F(SearchTest, WithoutAddressesItIsOver) {
