@@ -60,7 +60,8 @@ std::shared_ptr<CProbe> CProbe::Start(Order order) {
     if (!probe->m_stop) {
         return nullptr;
     }
-    auto start = std::make_unique<ThreadStart>(ThreadStart{probe, ReferToThisLibrary()});
+    auto start = std::make_unique<ThreadStart>(ThreadStart{probe, nullptr});
+    start->library = ReferToThisLibrary();
     if (start->library == nullptr) {
         return nullptr;
     }
