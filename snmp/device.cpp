@@ -1,5 +1,7 @@
 #include "snmp/device.h"
 
+#include <utility>
+
 #include "snmp/mime_message.h"
 #include "snmp/replies.h"
 #include "support/srw_lock.h"
@@ -44,14 +46,17 @@ class CDevice::COperation {
     CDevice& m_device;
 };
 
-CDevice::CDevice(Ipv4 address, const CAgentAccess& access, const CTiming& timing)
-    : m_address(address),
+CDevice::CDevice(std::shared_ptr<CWindowsSockets> sockets, Ipv4 address, const CAgentAccess& access,
+                 const CTiming& timing)
+    : m_sockets(std::move(sockets)),
+      m_address(address),
       m_access(access),
       m_timing(timing),
       m_cancel(::CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
 
-CDevice::CDevice(const CDeviceIdentity& identity, const CAgentAccess& access, const CTiming& timing)
-    : CDevice(identity.address, access, timing) {
+CDevice::CDevice(std::shared_ptr<CWindowsSockets> sockets, const CDeviceIdentity& identity,
+                 const CAgentAccess& access, const CTiming& timing)
+    : CDevice(std::move(sockets), identity.address, access, timing) {
     m_known = identity;
 }
 

@@ -2,11 +2,13 @@
 
 #include <windows.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "snmp/agent_client.h"
+#include "snmp/windows_sockets.h"
 #include "support/windows_handles.h"
 
 namespace ksp::snmp {
@@ -25,9 +27,12 @@ enum class RequestResult : int {
 // be, and each takes no longer than the time-out of the settings.
 class CDevice {
   public:
-    CDevice(Ipv4 address, const CAgentAccess& access, const CTiming& timing);
+    // The sockets are held while the device lives: an operation may outlive its stream.
+    CDevice(std::shared_ptr<CWindowsSockets> sockets, Ipv4 address, const CAgentAccess& access,
+            const CTiming& timing);
     // One that a search found: what it is known by is known.
-    CDevice(const CDeviceIdentity& identity, const CAgentAccess& access, const CTiming& timing);
+    CDevice(std::shared_ptr<CWindowsSockets> sockets, const CDeviceIdentity& identity,
+            const CAgentAccess& access, const CTiming& timing);
 
     [[nodiscard]] bool IsUsable() const noexcept { return static_cast<bool>(m_cancel); }
     [[nodiscard]] bool WasFound() const noexcept { return m_known.has_value(); }
@@ -47,6 +52,7 @@ class CDevice {
 
     [[nodiscard]] AskResult Identify(CDeviceQuery& query);
 
+    std::shared_ptr<CWindowsSockets> m_sockets;
     Ipv4 m_address;
     CAgentAccess m_access;
     CTiming m_timing;

@@ -76,7 +76,8 @@ std::optional<Ipv4> ParseAddress(std::string_view text) {
 }
 
 CDeviceQuery::CDeviceQuery(Ipv4 address, Wanted wanted)
-    : m_step(wanted == Wanted::kEverything ? Step::kDescription : Step::kInterfaceOfAddress) {
+    : m_step(wanted == Wanted::kEverything ? Step::kDescription : Step::kInterfaceOfAddress),
+      m_afterMac(wanted == Wanted::kEverything ? Step::kName : Step::kDone) {
     m_identity.address = address;
 }
 
@@ -115,7 +116,7 @@ void CDeviceQuery::Take(const CAnswer& answer) {
     switch (m_step) {
         case Step::kDescription:
             m_identity.id = TextOf(answer);
-            m_step = Step::kName;
+            m_step = Step::kInterfaceOfAddress;
             break;
         case Step::kName:
             m_identity.name = TextOf(answer);
@@ -125,14 +126,14 @@ void CDeviceQuery::Take(const CAnswer& answer) {
             const auto row = answer.id.Behind(HrPrinterStatus());
             const bool isPrinter = answer.found && row.size() == 1;
             m_row = isPrinter ? row[0] : 0;
-            m_step = isPrinter ? Step::kPrinterDescription : Step::kInterfaceOfAddress;
+            m_step = isPrinter ? Step::kPrinterDescription : Step::kDone;
             break;
         }
         case Step::kPrinterDescription:
             if (std::string text = TextOf(answer); !text.empty()) {
                 m_identity.id = std::move(text);
             }
-            m_step = Step::kInterfaceOfAddress;
+            m_step = Step::kDone;
             break;
         case Step::kInterfaceOfAddress: {
             const bool isRow = answer.found && answer.value.kind == ValueKind::kInteger;
@@ -148,7 +149,7 @@ void CDeviceQuery::Take(const CAnswer& answer) {
             const bool goesOn = answer.found && answer.id.BeginsWith(IfPhysAddress()) &&
                                 ++m_walked < kMostInterfaces;
             m_walk = answer.id;
-            TakePhysicalAddress(answer, goesOn ? Step::kPhysicalAddresses : Step::kDone);
+            TakePhysicalAddress(answer, goesOn ? Step::kPhysicalAddresses : m_afterMac);
             break;
         }
         case Step::kDone:
@@ -160,7 +161,7 @@ void CDeviceQuery::TakePhysicalAddress(const CAnswer& answer, Step otherwise) {
     if (answer.found && answer.id.BeginsWith(IfPhysAddress())) {
         m_identity.mac = MacText(answer.value.octets);
     }
-    m_step = m_identity.mac.empty() ? otherwise : Step::kDone;
+    m_step = m_identity.mac.empty() ? otherwise : m_afterMac;
 }
 
 }  // namespace ksp::snmp

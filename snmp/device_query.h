@@ -28,7 +28,9 @@ struct CDeviceIdentity {
 //
 // The MAC address is that of the interface with the device's address (ipAdEntIfIndex, then
 // ifPhysAddress), else the first in the interface table; an address counts when it has six octets
-// and is one of a single network card.
+// and is one of a single network card. It is asked for before the names: a question that stays
+// without an answer takes the time of those behind it, and without the address a printer that moves
+// is not found again.
 class CDeviceQuery {
   public:
     enum class Wanted : std::uint8_t { kEverything, kMacAddress };
@@ -48,12 +50,12 @@ class CDeviceQuery {
   private:
     enum class Step : std::uint8_t {
         kDescription,
-        kName,
-        kPrinterRow,
-        kPrinterDescription,
         kInterfaceOfAddress,
         kPhysicalAddress,
         kPhysicalAddresses,
+        kName,
+        kPrinterRow,
+        kPrinterDescription,
         kDone
     };
 
@@ -61,6 +63,7 @@ class CDeviceQuery {
 
     CDeviceIdentity m_identity;
     Step m_step;
+    Step m_afterMac;
     std::uint32_t m_row = 0;  // of the device or interface table
     CObjectId m_walk;         // where the walk through the interface table is
     int m_walked = 0;

@@ -45,7 +45,13 @@ bool CDeviceTable::Remove(DeviceHandle handle) {
 
 void CDeviceTable::RemoveFound() {
     const CExclusiveLock lock(m_lock);
-    std::erase_if(m_devices, [](const auto& entry) { return entry.second->WasFound(); });
+    std::erase_if(m_devices, [](const auto& entry) {
+        if (!entry.second->WasFound()) {
+            return false;
+        }
+        entry.second->Close();
+        return true;
+    });
 }
 
 void CDeviceTable::Close() {

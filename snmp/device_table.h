@@ -23,7 +23,7 @@ class CDeviceTable {
     [[nodiscard]] std::shared_ptr<CDevice> Find(DeviceHandle handle);
     // Gives up a device; its operations end. False when there is none of that handle.
     bool Remove(DeviceHandle handle);
-    // Gives up the devices that searches found.
+    // Gives up the devices that searches found; their operations end.
     void RemoveFound();
     // Gives up all devices, and takes no others.
     void Close();

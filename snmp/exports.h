@@ -20,7 +20,7 @@ int KSInitialize(void* stream, int reserved);
 int KSSetProbeMode(void* stream, const char* document);
 // Searches the networks of all interfaces (but not of the loopback, unless the registry asks for
 // it) and those of the probe-mode document, over IPv4. Every address is asked once and as often
-// again as the document says, at most 32 of them within 16 milliseconds. A device that answers is
+// again as the document says, two of them in a millisecond and at most 64 at once. A device that answers is
 // called back once, with the code 0, when its capability document is complete; what it is called
 // back with belongs to the library and is good until the stream's next search or end. The search is
 // over when the document's time-out has passed since the last address was first asked.
@@ -42,7 +42,9 @@ int KSSendRecvStream(void* stream, ksp::DeviceHandle device, const char* request
                      int reserved);
 // Ends the KSSendRecvStream and KSGetDeviceCapability that run on the device at this moment.
 int KSRecvCancel(void* stream, ksp::DeviceHandle device);
-// The address is dotted IPv4. Nothing is sent yet.
+// The address is dotted IPv4 or a host name. Nothing is sent to the device yet. A name is resolved
+// here, once, by the system; the wait for its name server is not bounded by the time-out of the
+// settings. A name that is not known makes the call fail.
 ksp::DeviceHandle KSCreateDeviceHandle(void* stream, const char* address, const char* settings);
 int KSDeleteDeviceHandle(void* stream, ksp::DeviceHandle device);
 

@@ -1,5 +1,6 @@
 #include "snmp/library.h"
 
+#include "snmp/unloading.h"
 #include "support/immortal.h"
 #include "support/process_state.h"
 
@@ -15,6 +16,7 @@ class CUnloading {
   public:
     CUnloading() = default;
     ~CUnloading() {
+        g_isUnloading = true;
         if (!IsProcessEnding()) {
             g_library.Get().streams.Clear();
             g_library.Get().mimeUtilities.Clear();

@@ -4,6 +4,7 @@
 
 #include "snmp/agent_client.h"
 #include "snmp/local_networks.h"
+#include "snmp/unloading.h"
 
 namespace ksp::snmp {
 
@@ -59,7 +60,8 @@ std::shared_ptr<CProbe> CProbe::Start(Order order) {
     if (!probe->m_stop) {
         return nullptr;
     }
-    auto start = std::make_unique<ThreadStart>(ThreadStart{probe, ReferToThisLibrary()});
+    auto start = std::make_unique<ThreadStart>(ThreadStart{probe, nullptr});
+    start->library = ReferToThisLibrary();
     if (start->library == nullptr) {
         return nullptr;
     }
@@ -111,7 +113,7 @@ void CProbe::Search(CCaller& caller) {
     }
     CUdpSocket& socket = caller.Socket();
     CSearch search(std::move(range.addresses), m_order.settings.access, m_order.mode.timing,
-                   RandomId(), Now());
+                   RandomId, Now());
     while (!IsStopped()) {
         // Answers first: one that came in time counts, also after a callback that took long.
         bool more = true;
@@ -146,7 +148,7 @@ void CProbe::CallBack(DeviceHandle device, int code) const {
 
 void CProbe::Stop() noexcept {
     ::SetEvent(m_stop.Get());
-    if (::GetCurrentThreadId() != m_threadId) {
+    if (::GetCurrentThreadId() != m_threadId && !g_isUnloading) {
         ::WaitForSingleObject(m_thread.Get(), INFINITE);
     }
 }

@@ -8,12 +8,14 @@ namespace {
 
 // When a device is due that has just answered: there are few of those, and many others wait.
 constexpr std::uint64_t kBeforeOthers = 0;
+// How long messages are saved up when none may leave; milliseconds.
+constexpr std::uint64_t kPause = 16;
 
 }  // namespace
 
 CSearch::CSearch(std::vector<Ipv4> addresses, CAgentAccess access, const CTiming& timing,
-                 std::uint32_t firstId, std::uint64_t now)
-    : m_access(std::move(access)), m_timing(timing), m_nextId(firstId) {
+                 RequestIds newId, std::uint64_t now)
+    : m_access(std::move(access)), m_timing(timing), m_newId(std::move(newId)), m_counted(now) {
     m_targets.reserve(addresses.size());
     for (const Ipv4 address : addresses) {
         if (!m_byAddress.emplace(address, m_targets.size()).second) {
@@ -30,7 +32,7 @@ bool CSearch::NextQuestion(Target& target, VersionChoice versions) {
     if (!question) {
         return false;
     }
-    const auto requestId = static_cast<std::int32_t>(m_nextId++ & 0x7FFFFFFF);
+    const auto requestId = static_cast<std::int32_t>(m_newId() & 0x7FFFFFFF);
     target.exchange.emplace(std::move(*question), requestId, versions);
     target.sendings = 0;
     return true;
@@ -57,39 +59,31 @@ std::uint64_t CSearch::NextTime() const {
         return UINT64_MAX;
     }
     const std::uint64_t due = m_waiting.top().first;
-    return m_burst < kBurst ? due : std::max(due, m_burstBegin + kBurstTime);
-}
-
-bool CSearch::TakeTurn(std::uint64_t now) {
-    if (now >= m_burstBegin + kBurstTime) {
-        m_burstBegin = now;
-        m_burst = 0;
-    }
-    if (m_burst == kBurst) {
-        return false;
-    }
-    ++m_burst;
-    return true;
+    return m_budget > 0 ? due : std::max(due, m_counted + kPause);
 }
 
 void CSearch::Advance(std::uint64_t now, IOutput& output) {
+    m_budget = std::min(kBurst, m_budget + kRate * (now - m_counted));
+    m_counted = now;
     DropStale();
-    while (!m_waiting.empty() && m_waiting.top().first <= now && TakeTurn(now)) {
+    while (!m_waiting.empty() && m_waiting.top().first <= now && m_budget > 0) {
         const std::size_t index = m_waiting.top().second;
         m_waiting.pop();
-        Step(index, now, output);
+        if (Step(index, now, output)) {
+            --m_budget;
+        }
         DropStale();
     }
 }
 
-void CSearch::Step(std::size_t index, std::uint64_t now, IOutput& output) {
+bool CSearch::Step(std::size_t index, std::uint64_t now, IOutput& output) {
     Target& target = m_targets[index];
     if (!target.exchange) {
         target.end = now + m_timing.timeout;
         static_cast<void>(NextQuestion(target, m_access.versions));
     } else if (now >= target.end) {
         End(target, output);
-        return;
+        return false;
     }
     if (target.sendings == 0) {
         target.asked = now;
@@ -98,11 +92,12 @@ void CSearch::Step(std::size_t index, std::uint64_t now, IOutput& output) {
     const auto sending = SendingOf(target.sendings, m_timing, versions);
     if (!sending) {
         Schedule(index, target.end);
-        return;
+        return false;
     }
     const auto next = SendingOf(++target.sendings, m_timing, versions);
     Schedule(index, next ? std::min(target.asked + next->after, target.end) : target.end);
     output.Send(target.address, target.exchange->Request(sending->version, m_access.community));
+    return true;
 }
 
 void CSearch::End(Target& target, IOutput& output) {

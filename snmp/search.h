@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <queue>
 #include <string>
@@ -30,13 +31,16 @@ class CSearch {
         ~IOutput() = default;
     };
 
-    // At most so many messages leave within so many milliseconds.
-    static constexpr int kBurst = 32;
-    static constexpr std::uint64_t kBurstTime = 16;
+    // So many messages leave in a millisecond on average, and at most so many at once: as many as
+    // come together between two ticks of a clock that the system moves on every 16 milliseconds.
+    static constexpr std::uint64_t kRate = 2;
+    static constexpr std::uint64_t kBurst = 64;
 
-    // `firstId`: the request id to begin with; best one that nobody can guess.
+    // Gives a request id that nobody can guess from others that it gave.
+    using RequestIds = std::function<std::uint32_t()>;
+
     CSearch(std::vector<Ipv4> addresses, CAgentAccess access, const CTiming& timing,
-            std::uint32_t firstId, std::uint64_t now);
+            RequestIds newId, std::uint64_t now);
 
     // Works on a datagram that came from the agent's port of that address.
     void Receive(Ipv4 address, ByteView datagram, IOutput& output);
@@ -62,22 +66,21 @@ class CSearch {
 
     void Schedule(std::size_t index, std::uint64_t when);
     void DropStale();
-    // Whether another message may leave now.
-    [[nodiscard]] bool TakeTurn(std::uint64_t now);
-    void Step(std::size_t index, std::uint64_t now, IOutput& output);
+    // True: a message left.
+    bool Step(std::size_t index, std::uint64_t now, IOutput& output);
     void End(Target& target, IOutput& output);
     // Puts the next question to the target; false when there is none.
     [[nodiscard]] bool NextQuestion(Target& target, VersionChoice versions);
 
     CAgentAccess m_access;
     CTiming m_timing;
-    std::uint32_t m_nextId;
+    RequestIds m_newId;
     std::vector<Target> m_targets;
     std::unordered_map<Ipv4, std::size_t> m_byAddress;
     // Entries that are no longer true are dropped when they come to the front.
     std::priority_queue<Waiting, std::vector<Waiting>, std::greater<>> m_waiting;
-    std::uint64_t m_burstBegin = 0;
-    int m_burst = 0;
+    std::uint64_t m_budget = kBurst;  // how many messages may leave, as of then:
+    std::uint64_t m_counted;
 };
 
 }  // namespace ksp::snmp

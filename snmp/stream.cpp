@@ -1,5 +1,6 @@
 #include "snmp/stream.h"
 
+#include "snmp/host_name.h"
 #include "support/srw_lock.h"
 
 namespace ksp::snmp {
@@ -43,17 +44,17 @@ bool CStream::Probe(ProbeCallback callback, void* context) {
         return false;
     }
     m_devices->RemoveFound();
-    m_probe = CProbe::Start({.sockets = m_sockets,
-                             .settings = m_settings,
-                             .mode = m_mode,
-                             .addDevice =
-                                 [devices = m_devices, access = m_settings.access,
-                                  timing = m_mode.timing](const CDeviceIdentity& identity) {
-                                     return devices->Add(
-                                         std::make_shared<CDevice>(identity, access, timing));
-                                 },
-                             .callback = callback,
-                             .context = context});
+    m_probe = CProbe::Start(
+        {.sockets = m_sockets,
+         .settings = m_settings,
+         .mode = m_mode,
+         .addDevice =
+             [sockets = m_sockets, devices = m_devices, access = m_settings.access,
+              timing = m_mode.timing](const CDeviceIdentity& identity) {
+                 return devices->Add(std::make_shared<CDevice>(sockets, identity, access, timing));
+             },
+         .callback = callback,
+         .context = context});
     return m_probe != nullptr;
 }
 
@@ -68,14 +69,25 @@ void CStream::StopProbe() noexcept {
     }
 }
 
+std::shared_ptr<CWindowsSockets> CStream::UsableSockets() {
+    const CSharedLock lock(m_lock);
+    return m_usable ? m_sockets : nullptr;
+}
+
 DeviceHandle CStream::AddDevice(std::string_view address, std::string_view settings) {
-    const auto ipv4 = ParseAddress(address);
+    auto ipv4 = ParseAddress(address);
+    if (!ipv4) {
+        // The lock is not held meanwhile: the stream can be terminated.
+        if (const auto sockets = UsableSockets(); sockets) {
+            ipv4 = ResolveHostName(std::string(address));
+        }
+    }
     const CSharedLock lock(m_lock);
     if (!m_usable || !ipv4) {
         return 0;
     }
-    return m_devices->Add(
-        std::make_shared<CDevice>(*ipv4, m_settings.access, ReadDeviceSettings(settings)));
+    return m_devices->Add(std::make_shared<CDevice>(m_sockets, *ipv4, m_settings.access,
+                                                    ReadDeviceSettings(settings)));
 }
 
 std::shared_ptr<CDevice> CStream::FindDevice(DeviceHandle handle) {

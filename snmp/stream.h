@@ -32,13 +32,17 @@ class CStream {
     // this itself is not waited for.
     void StopProbe() noexcept;
 
-    // Below 1 when the address is none. The network is not asked.
+    // Below 1 when the address is neither dotted IPv4 nor a host name that is known. Only for a
+    // name is the network asked, on the caller's thread, and not bounded by the settings' time-out.
     [[nodiscard]] DeviceHandle AddDevice(std::string_view address, std::string_view settings);
     // Null when there is none of that handle.
     [[nodiscard]] std::shared_ptr<CDevice> FindDevice(DeviceHandle handle);
     bool RemoveDevice(DeviceHandle handle);
 
   private:
+    // Null before Initialize and after Terminate.
+    [[nodiscard]] std::shared_ptr<CWindowsSockets> UsableSockets();
+
     SRWLOCK m_lock{};
     bool m_usable = false;
     bool m_terminated = false;

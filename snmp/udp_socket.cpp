@@ -21,8 +21,12 @@ CUdpSocket::CUdpSocket()
     : m_arrived(::CreateEventW(nullptr, FALSE, FALSE, nullptr)),
       m_socket(::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP)),
       m_buffer(kLargest) {
-    // Also makes the socket one that does not block.
+    // Receiving, which comes before the first sending, wants a port. The event also makes the
+    // socket one that does not block.
+    sockaddr_in any{};
+    any.sin_family = AF_INET;
     if (!m_arrived || !m_socket ||
+        ::bind(m_socket.Get(), reinterpret_cast<const sockaddr*>(&any), sizeof(any)) != 0 ||
         ::WSAEventSelect(m_socket.Get(), m_arrived.Get(), FD_READ) != 0) {
         m_socket.Reset();
         return;

@@ -2,7 +2,7 @@
 
 #include <winsock2.h>
 
-#include "support/process_state.h"
+#include "snmp/unloading.h"
 
 namespace ksp::snmp {
 
@@ -18,7 +18,7 @@ bool Start() noexcept {
 CWindowsSockets::CWindowsSockets() noexcept : m_started(Start()) {}
 
 CWindowsSockets::~CWindowsSockets() {
-    if (m_started && !IsProcessEnding()) {
+    if (m_started && !g_isUnloading) {
         ::WSACleanup();
     }
 }

@@ -1,6 +1,7 @@
 #include "snmp/xml_text.h"
 
 #include <array>
+#include <charconv>
 #include <cstdint>
 
 namespace ksp::snmp {
@@ -78,6 +79,18 @@ std::size_t CharacterLength(std::string_view text) {
     return 0;
 }
 
+// A UTF-8 character of several bytes as a reference to its number.
+std::string CharacterReference(std::string_view character) {
+    // The first byte holds that many bits less, the more bytes follow.
+    std::uint32_t number = static_cast<std::uint8_t>(character[0]) & (0x7FU >> character.size());
+    for (const char byte : character.substr(1)) {
+        number = number << 6 | (static_cast<std::uint8_t>(byte) & 0x3FU);
+    }
+    std::array<char, 8> digits{};
+    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16);
+    return "&#x" + std::string(digits.data(), written.ptr) + ";";
+}
+
 }  // namespace
 
 std::string EscapeXml(std::string_view text) {
@@ -89,7 +102,10 @@ std::string EscapeXml(std::string_view text) {
             text.remove_prefix(1);
             continue;
         }
-        std::string_view written = text.substr(0, length);
+        std::string written(text.substr(0, length));
+        if (length > 1) {
+            written = CharacterReference(written);
+        }
         for (const Entity& entity : kEntities) {
             if (text[0] == entity.character) {
                 written = entity.text;

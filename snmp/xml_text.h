@@ -11,8 +11,9 @@ namespace ksp::snmp {
 
 inline constexpr std::string_view kXmlDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
 
-// `text` as the content of an element: marks are escaped, and what no document may hold (control
-// characters, bytes that are not UTF-8) becomes a question mark. Devices say what they like.
+// `text` as the content of an element, in ASCII, so that it is the same in whatever code page it is
+// read: marks are escaped, other characters become references (&#xe4;), and what no document may
+// hold (control characters, bytes that are not UTF-8) a question mark. Devices say what they like.
 [[nodiscard]] std::string EscapeXml(std::string_view text);
 // <name>text</name>
 [[nodiscard]] std::string XmlElement(std::string_view name, std::string_view text);

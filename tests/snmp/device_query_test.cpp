@@ -47,9 +47,10 @@ struct Agent {
         }
         return {true, found->first, found->second};
     }
-    snmp::CDeviceIdentity Ask(CDeviceQuery::Wanted wanted = CDeviceQuery::Wanted::kEverything) {
+    snmp::CDeviceIdentity Ask(CDeviceQuery::Wanted wanted = CDeviceQuery::Wanted::kEverything,
+                              int most = 1000) {
         CDeviceQuery query(kAddress, wanted);
-        while (const auto question = query.Next()) {
+        while (const auto question = questions < most ? query.Next() : std::nullopt) {
             query.Take(Answer(*question));
         }
         return query.Identity();
@@ -96,6 +97,18 @@ TEST(DeviceQueryTest, AnInterfaceWithoutAddressIsMadeUpForByTheFirstOne) {
                  {kPhysAddress.Child(1), Text("")},
                  {kPhysAddress.Child(2), kMac}}};
     EXPECT_EQ(agent.Ask(CDeviceQuery::Wanted::kMacAddress).mac, "0026AB123456");
+}
+
+TEST(DeviceQueryTest, TheMacAddressIsKnownBeforeTheNamesAreAsked) {
+    Agent agent{{{kSysDescr, Text("firmware 1")},
+                 {kSysName, Text("office")},
+                 {kPrinterStatus, Number(3)},
+                 {kDeviceDescr.Child(3), Text("Kestrel 500")},
+                 {kInterfaceOfAddress, Number(2)},
+                 {kPhysAddress.Child(2), kMac}}};
+    const auto identity = agent.Ask(CDeviceQuery::Wanted::kEverything, 3);
+    EXPECT_EQ(identity.mac, "0026AB123456");
+    EXPECT_EQ(identity.id, "firmware 1");
 }
 
 TEST(DeviceQueryTest, ADeviceThatHasNothingIsAskedLittle) {

@@ -187,8 +187,9 @@ TEST(XmlTagsTest, EndsWhateverComes) {
 TEST(EscapeXmlTest, LeavesOnlyWhatADocumentMayHold) {
     EXPECT_EQ(snmp::EscapeXml("a<b>&\"'"), "a&lt;b&gt;&amp;&quot;&apos;");
     EXPECT_EQ(snmp::EscapeXml(std::string_view("\0\x01\t\n\x1F\x7F", 6)), "??????");
-    EXPECT_EQ(snmp::EscapeXml("\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x96\xA8"),
-              "\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x96\xA8");
+    EXPECT_EQ(snmp::EscapeXml("\xC3\xA4 \xE2\x82\xAC \xF0\x9F\x96\xA8 \xF4\x8F\xBF\xBD"),
+              "&#xe4; &#x20ac; &#x1f5a8; &#x10fffd;");
+    EXPECT_EQ(snmp::EscapeXml("\xC2\x80 \xDF\xBF \xE0\xA0\x80"), "&#x80; &#x7ff; &#x800;");
     EXPECT_EQ(snmp::EscapeXml("\xE4\xF6 \xC0\x80 \xC3"), "?? ?? ?") << "not UTF-8";
     EXPECT_EQ(snmp::EscapeXml("\xED\xA0\x80 \xEF\xBF\xBF \xF4\x90\x80\x80 \xE0\x80\x80 \xF5"),
               "??? ??? ???? ??? ?");

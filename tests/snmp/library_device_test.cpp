@@ -158,9 +158,24 @@ TEST_F(LibraryDeviceTest, OneDeviceCanBeAskedSeveralThingsAtOnce) {
     EndStream(stream);
 }
 
-TEST_F(LibraryDeviceTest, AnAddressIsDottedOrNone) {
+TEST_F(LibraryDeviceTest, AnAddressMayBeAHostName) {
+    AgentResponder agent("127.0.0.1", 0);
+    agent.BePrinter("office", "0026AB123456");
+    void* const stream = BeginStream(agent);
+    const std::string document = Capability(stream, Open(stream, "localhost"));
+    EXPECT_EQ(ElementText(document, "IPV4_Address"), "127.0.0.1");
+    EXPECT_EQ(ElementText(document, "MAC_Address"), "0026AB123456");
+    EndStream(stream);
+}
+
+TEST_F(LibraryDeviceTest, WhatIsNeitherAnAddressNorANameIsNoDevice) {
+    const std::string longerThanALabel(64, 'a');
     void* const stream = BeginStream(RegistrySettings{});
-    for (const char* address : {"", "printer", "127.0.0", "127.0.0.1:161", "::1", "300.0.0.1"}) {
+    for (const char* address :
+         {"", "127.0.0", "127.1", "300.0.0.1", "127.0.0.1:161", "127.0.0.1 ", "::1", "local host",
+          "l\xC3\xB6"
+          "cal",
+          longerThanALabel.c_str()}) {
         EXPECT_LT(library_.KSCreateDeviceHandle(stream, address, ""), 1) << address;
     }
     EndStream(stream);

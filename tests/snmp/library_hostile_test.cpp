@@ -234,7 +234,7 @@ TEST_F(LibraryHostileTest, AnAgentThatGoesBackEndsTheWalk) {
         return AgentResponder::Datagrams{answer};
     });
     const std::string document = Capability(stream_, Open(stream_, agent_->address(), 600, 0, 100));
-    EXPECT_EQ(ElementText(document, "Device_Name"), "office");
+    EXPECT_EQ(ElementText(document, "Device_ID"), "firmware");
     EXPECT_EQ(ElementText(document, "MAC_Address"), "");
 }
 
@@ -262,12 +262,12 @@ TEST_F(LibraryHostileTest, SeededRubbishIsSurvived) {
 
 TEST_F(LibraryHostileTest, ADeviceThatFallsSilentSaysWhatItHasSaid) {
     agent_->SetTwist([](const AgentRequest& request, const Bytes& answer) {
-        const bool isSystem = request.question.id.BeginsWith({1, 3, 6, 1, 2, 1, 1});
-        return isSystem ? AgentResponder::Datagrams{answer} : AgentResponder::Datagrams{};
+        const bool isName = request.question.id.BeginsWith({1, 3, 6, 1, 2, 1, 1, 5});
+        return isName ? AgentResponder::Datagrams{} : AgentResponder::Datagrams{answer};
     });
     const std::string document = Capability(stream_, Open(stream_, agent_->address(), 400, 1, 100));
-    EXPECT_EQ(ElementText(document, "Device_Name"), "office");
-    EXPECT_EQ(ElementText(document, "MAC_Address"), "");
+    EXPECT_EQ(ElementText(document, "Device_ID"), "firmware");
+    EXPECT_EQ(ElementText(document, "MAC_Address"), "0026AB123456");
 }
 
 }  // namespace

@@ -314,6 +314,31 @@ TEST_F(LibrarySearchTest, TheLoopbackIsSearchedWhenTheRegistrySaysSo) {
     EndStream(other);
 }
 
+TEST_F(LibrarySearchTest, TheNextSearchEndsWhatIsAskedOfTheDevicesOfTheLast) {
+    AgentResponder agent;
+    agent.BePrinter("office", "0026AB123456");
+    void* const stream = BeginStream(agent);
+    const std::string mode = Mode(NetworkOf(agent.address()), 20000, 0);
+    Witness witness;
+    ASSERT_TRUE(Start(stream, mode, witness));
+    ASSERT_TRUE(witness.WaitFor(1));
+    EXPECT_EQ(library_.KSStopProbe(stream), 0);
+    agent.SetTwist(
+        [](const AgentRequest&, const snmp::Bytes&) { return AgentResponder::Datagrams{}; });
+    const std::size_t before = agent.requests().size();
+    int result = 0;
+    std::thread asking(
+        [&] { result = Send(stream, witness.callbacks()[0].device, MibRequest("1.3.6")).result; });
+    for (int attempt = 0; attempt < 1000 && agent.requests().size() == before; ++attempt) {
+        ::Sleep(10);
+    }
+    Witness again;
+    EXPECT_TRUE(Start(stream, mode, again));
+    asking.join();
+    EXPECT_EQ(result, -4);
+    EndStream(stream);
+}
+
 TEST_F(LibrarySearchTest, WithoutIPv4ThereIsNothingToSearch) {
     AgentResponder agent;
     void* const stream = BeginStream(agent);

@@ -83,8 +83,9 @@ class SearchTest : public ::testing::Test, protected CSearch::IOutput {
 
     void Begin(const std::vector<CNetwork>& networks, const snmp::CTiming& timing,
                snmp::VersionChoice versions = snmp::VersionChoice::k2c) {
-        search_.emplace(snmp::RangeOf(networks).addresses, snmp::CAgentAccess{.versions = versions},
-                        timing, 0x7FFFFFF0, now_);
+        search_.emplace(
+            snmp::RangeOf(networks).addresses, snmp::CAgentAccess{.versions = versions}, timing,
+            [this] { return ids_ += 0x01234567; }, now_);
     }
     // The answer "no such variable" to a request that this library wrote: another PDU type, the
     // error status 2.
@@ -110,12 +111,15 @@ class SearchTest : public ::testing::Test, protected CSearch::IOutput {
             }
             if (!search_->IsOver()) {
                 now_ = std::max(now_, search_->NextTime());
+                now_ = (now_ + tick_ - 1) / tick_ * tick_;
             }
         }
         EXPECT_GT(most, 0) << "the search does not end";
     }
 
     std::uint64_t now_ = 1000;
+    std::uint64_t tick_ = 1;  // of the clock
+    std::uint32_t ids_ = 0x70000000;
     std::optional<CSearch> search_;
     std::vector<Sent> sent_;
     std::vector<std::pair<Ipv4, Bytes>> answers_;
@@ -129,16 +133,30 @@ TEST_F(SearchTest, FindsWhoAnswersAndEndsAfterOneTimeout) {
     Run({{0x7F000507, 100}, {0x7F0005FE, 100}});
     EXPECT_THAT(found_, ElementsAre(0x7F000507U, 0x7F0005FEU));
     EXPECT_EQ(sent_.size(), 252U * 2 + 2 * 5);
-    EXPECT_LE(now_ - 1000, 2000U + 254 / 32 * 16 + 16);
+    EXPECT_LE(now_ - 1000, 2000U + 254 / CSearch::kRate + 16);
 }
 
 TEST_F(SearchTest, SendsNoMoreThanTheBurst) {
     Begin({{0x7F000000, 0xFFFFF000}}, {20000, 2, 5000}, snmp::VersionChoice::kEither);
     Run({});
     EXPECT_EQ(sent_.size(), 4094U * 6);
-    for (std::size_t index = CSearch::kBurst; index < sent_.size(); ++index) {
-        ASSERT_GE(sent_[index].time, sent_[index - CSearch::kBurst].time + CSearch::kBurstTime)
-            << index;
+    for (const std::size_t count : {64, 96, 160, 1000, 4000}) {
+        for (std::size_t index = count; index < sent_.size(); ++index) {
+            const std::uint64_t time = sent_[index].time - sent_[index - count].time;
+            ASSERT_LE(count + 1, CSearch::kBurst + CSearch::kRate * time) << index;
+        }
+    }
+}
+
+TEST_F(SearchTest, ACoarseClockDoesNotSlowItDown) {
+    for (const std::uint64_t tick : {1, 10, 15, 16}) {
+        tick_ = tick;
+        sent_.clear();
+        Begin({{0x7F000000, 0xFFFFF000}}, {20000, 0, 5000});
+        const std::uint64_t begin = now_;
+        Run({});
+        ASSERT_EQ(sent_.size(), 4094U);
+        EXPECT_LE(sent_.back().time - begin, 4094U / CSearch::kRate + 32) << tick;
     }
 }
 
@@ -181,6 +199,21 @@ TEST_F(SearchTest, AfterTheFirstAnswerOneVersionIsSpoken) {
     now_ = search_->NextTime();
     search_->Advance(now_, *this);
     EXPECT_EQ(sent_.size(), 3U);
+}
+
+TEST_F(SearchTest, EveryQuestionHasAnIdOfItsOwn) {
+    Begin({{0x7F000507, 0xFFFFFFFF}, {0x7F000508, 0xFFFFFFFF}}, {2000, 1, 500});
+    search_->Advance(now_, *this);
+    search_->Receive(0x7F000507, Refusal(sent_.at(0).message), *this);
+    search_->Advance(now_, *this);
+    std::vector<Bytes> ids;
+    for (const Sent& sent : sent_) {
+        const auto pdu = std::find_if(sent.message.begin(), sent.message.end(),
+                                      [](std::uint8_t byte) { return byte == 0xA0; });
+        ids.emplace_back(pdu + 4, pdu + 8);
+    }
+    EXPECT_THAT(ids, ElementsAre(Bytes{0x71, 0x23, 0x45, 0x67}, Bytes{0x72, 0x46, 0x8A, 0xCE},
+                                 Bytes{0x73, 0x69, 0xD0, 0x35}));
 }
 
 TEST_F(SearchTest, WithoutAddressesItIsOver) {

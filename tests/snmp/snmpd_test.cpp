@@ -6,7 +6,11 @@
 namespace ksp::test {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 const std::vector<uint8_t> kDocument = {'d', 'o', 'c', 'u', 'm', 'e', 'n', 't'};
@@ -74,9 +78,10 @@ TEST_F(SnmpdTest, ThePrinterIsFollowedByItsMacAddress) {
     EXPECT_EQ(store().GetText(root(), PortPath(L"Port"), L"IpAddress").value_or(L"no text"),
               address_)
         << ReadLog().Describe();
-    EXPECT_THAT(Messages(LineLevel::kTrace, L"IpAddress Changed"),
-                ::testing::Each(L"IpAddress Changed " + Variable(L"KSPMON_SNMPD_OLD_ADDRESS") +
-                                L" --> " + address_));
+    EXPECT_THAT(
+        Messages(LineLevel::kTrace, L"IpAddress Changed"),
+        AllOf(Not(IsEmpty()), Each(L"IpAddress Changed " + Variable(L"KSPMON_SNMPD_OLD_ADDRESS") +
+                                   L" --> " + address_)));
 }
 
 }  // namespace
