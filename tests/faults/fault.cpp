@@ -8,28 +8,13 @@ namespace {
 constexpr const char* kOperations[] = {"CreateKey", "OpenKey",      "CloseKey", "DeleteKey",
                                        "EnumKey",   "QueryInfoKey", "SetValue", "DeleteValue",
                                        "EnumValue", "QueryValue"};
-constexpr const char* kSpoolerFunctions[] = {"OpenPrinter",
-                                             "ClosePrinter",
-                                             "GetPrinter",
-                                             "SetPrinter",
-                                             "GetJob",
-                                             "SetJob",
-                                             "EnumPorts",
-                                             "EnumPrinters",
-                                             "GetPrinterDriver",
-                                             "ImpersonatePrinterClient",
-                                             "RevertToPrinterSelf",
-                                             "XcvData",
-                                             "AddMonitor",
-                                             "DeleteMonitor"};
-static_assert(std::size(kSpoolerFunctions) == WinspoolFunctionCount);
 
 std::string FunctionName(const Fault& fault) {
     switch (fault.boundary) {
         case Boundary::kRegistry:
             return kOperations[fault.function];
         case Boundary::kSpooler:
-            return kSpoolerFunctions[fault.function];
+            return NameOf(static_cast<WinspoolFunction>(fault.function));
         case Boundary::kDiscovery:
             return ExportName(static_cast<DiscoveryFunction>(fault.function));
         case Boundary::kMemory:

@@ -241,13 +241,17 @@ std::vector<WinspoolHandle> WinspoolControl::OpenHandles() const {
     return handles;
 }
 
+const char* NameOf(WinspoolFunction function) {
+    return kFunctionNames[function];
+}
+
 std::string DescribeCall(const WinspoolCall& call) {
     const bool about_job = call.function == WinspoolGetJob || call.function == WinspoolSetJob;
     const bool sets = call.function == WinspoolSetJob || call.function == WinspoolSetPrinter;
     const bool has_level = sets || call.buffer_size > 0 || call.level > 0;
 
     std::ostringstream line;
-    line << kFunctionNames[call.function];
+    line << NameOf(call.function);
     if (call.printer[0] != L'\0') {
         line << " '" << Narrow(call.printer) << "'";
     }

@@ -92,6 +92,7 @@ class WinspoolControl {
     XcvFunction xcv_handler_;
 };
 
+const char* NameOf(WinspoolFunction function);
 // A call on one line, for messages: "SetPrinter 'Printer' level 0 command 4 status 0x80 -> TRUE".
 std::string DescribeCall(const WinspoolCall& call);
 

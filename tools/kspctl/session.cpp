@@ -101,6 +101,20 @@ Problem ReadRecord(const XcvHandle& monitor, const std::wstring& port, CPortInfo
     return std::nullopt;
 }
 
+Problem ReadPort(const Request& request, const std::wstring& port, CPortInfo* info,
+                 MonitorType* type) {
+    XcvHandle monitor;
+    if (Problem problem = OpenPort(request, port, Access::kRead, &monitor); problem) {
+        return problem;
+    }
+    if (Problem problem = ReadRecord(monitor, port, info); problem) {
+        return problem;
+    }
+    const DWORD code = AskMonitorType(monitor, type);
+    return code == ERROR_SUCCESS ? Problem()
+                                 : SystemFailure(L"the monitor does not tell what it is", code);
+}
+
 Problem CheckPortName(const std::wstring& port) {
     if (IsPortNameValid(port)) {
         return std::nullopt;

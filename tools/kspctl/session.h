@@ -30,6 +30,10 @@ enum class Access { kRead, kChange };
 [[nodiscard]] Problem ReadRecord(const XcvHandle& monitor, const std::wstring& port,
                                  CPortInfo* info);
 
+// An existing port's record and the kind of its monitor, for what goes on without the monitor.
+[[nodiscard]] Problem ReadPort(const Request& request, const std::wstring& port, CPortInfo* info,
+                               MonitorType* type);
+
 // Whether the registry can have a key of this name.
 [[nodiscard]] Problem CheckPortName(const std::wstring& port);
 

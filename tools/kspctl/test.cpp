@@ -64,17 +64,8 @@ Problem Test(const Request& request, Output& output) {
     const std::wstring& port = request.arguments.front();
     CPortInfo info;
     MonitorType type = MonitorType::kNone;
-    {
-        XcvHandle monitor;
-        if (Problem problem = OpenPort(request, port, Access::kRead, &monitor); problem) {
-            return problem;
-        }
-        if (Problem problem = ReadRecord(monitor, port, &info); problem) {
-            return problem;
-        }
-        if (const DWORD code = AskMonitorType(monitor, &type); code != ERROR_SUCCESS) {
-            return SystemFailure(L"the monitor does not tell what it is", code);
-        }
+    if (Problem problem = ReadPort(request, port, &info, &type); problem) {
+        return problem;
     }
     std::vector<CheckStep> steps;
     const bool arrives = PortCheck(std::move(info), type, [&](const CheckStep& step) {
