@@ -140,7 +140,7 @@ TEST_F(SearchTest, SendsNoMoreThanTheBurst) {
     Begin({{0x7F000000, 0xFFFFF000}}, {20000, 2, 5000}, snmp::VersionChoice::kEither);
     Run({});
     EXPECT_EQ(sent_.size(), 4094U * 6);
-    for (const std::size_t count : {64, 96, 160, 1000, 4000}) {
+    for (const std::size_t count : {64U, 96U, 160U, 1000U, 4000U}) {
         for (std::size_t index = count; index < sent_.size(); ++index) {
             const std::uint64_t time = sent_[index].time - sent_[index - count].time;
             ASSERT_LE(count + 1, CSearch::kBurst + CSearch::kRate * time) << index;
@@ -149,7 +149,7 @@ TEST_F(SearchTest, SendsNoMoreThanTheBurst) {
 }
 
 TEST_F(SearchTest, ACoarseClockDoesNotSlowItDown) {
-    for (const std::uint64_t tick : {1, 10, 15, 16}) {
+    for (const std::uint64_t tick : {1U, 10U, 15U, 16U}) {
         tick_ = tick;
         sent_.clear();
         Begin({{0x7F000000, 0xFFFFF000}}, {20000, 0, 5000});
