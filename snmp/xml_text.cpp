@@ -1,5 +1,6 @@
 #include "snmp/xml_text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -25,31 +26,6 @@ std::string_view Trim(std::string_view text) {
         return {};
     }
     return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
-}
-
-// None when an entity is not one of the five.
-std::optional<std::string> Unescape(std::string_view text) {
-    std::string plain;
-    while (!text.empty()) {
-        if (text[0] != '&') {
-            const std::size_t run = std::min(text.find('&'), text.size());
-            plain += text.substr(0, run);
-            text.remove_prefix(run);
-            continue;
-        }
-        const Entity* found = nullptr;
-        for (const Entity& entity : kEntities) {
-            if (text.starts_with(entity.text)) {
-                found = &entity;
-            }
-        }
-        if (found == nullptr) {
-            return std::nullopt;
-        }
-        plain += found->character;
-        text.remove_prefix(found->text.size());
-    }
-    return plain;
 }
 
 // How many bytes the character at the front of the text has; 0 when it is none (RFC 3629).
@@ -89,6 +65,71 @@ std::string CharacterReference(std::string_view character) {
     std::array<char, 8> digits{};
     const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16);
     return "&#x" + std::string(digits.data(), written.ptr) + ";";
+}
+
+// Empty beyond the last character.
+std::string Utf8Of(std::uint32_t number) {
+    const auto following = [number](unsigned shift) {
+        return static_cast<char>(0x80U | ((number >> shift) & 0x3FU));
+    };
+    if (number < 0x80) {
+        return {static_cast<char>(number)};
+    }
+    if (number < 0x800) {
+        return {static_cast<char>(0xC0U | number >> 6), following(0)};
+    }
+    if (number < 0x10000) {
+        return {static_cast<char>(0xE0U | number >> 12), following(6), following(0)};
+    }
+    if (number < 0x110000) {
+        return {static_cast<char>(0xF0U | number >> 18), following(12), following(6), following(0)};
+    }
+    return {};
+}
+
+// Takes a reference to a character off the front. None when it is malformed, or when no document may
+// hold that character.
+std::optional<std::string> TakeReference(std::string_view& text) {
+    for (const Entity& entity : kEntities) {
+        if (text.starts_with(entity.text)) {
+            text.remove_prefix(entity.text.size());
+            return std::string(1, entity.character);
+        }
+    }
+    const std::size_t end = text.find(';');
+    if (!text.starts_with("&#") || end == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const bool hexadecimal = text[2] == 'x';
+    const std::string_view digits = text.substr(2, end - 2).substr(hexadecimal ? 1 : 0);
+    std::uint32_t number = 0;
+    const auto [last, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number,
+                                               hexadecimal ? 16 : 10);
+    std::string character = Utf8Of(number);
+    if (error != std::errc() || last != digits.data() + digits.size() || character.empty() ||
+        CharacterLength(character) != character.size()) {
+        return std::nullopt;
+    }
+    text.remove_prefix(end + 1);
+    return character;
+}
+
+// None when a reference is malformed.
+std::optional<std::string> Unescape(std::string_view text) {
+    std::string plain;
+    while (!text.empty()) {
+        const std::size_t run = std::min(text.find('&'), text.size());
+        plain += text.substr(0, run);
+        text.remove_prefix(run);
+        if (!text.empty()) {
+            const auto character = TakeReference(text);
+            if (!character) {
+                return std::nullopt;
+            }
+            plain += *character;
+        }
+    }
+    return plain;
 }
 
 }  // namespace

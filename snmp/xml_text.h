@@ -31,8 +31,9 @@ struct CXmlTag {
 };
 
 // Goes through the tags of a document, in order. For documents of settings, small and without
-// surprises: no more than kLongest bytes, no document type, no entities but the five of XML itself.
-// Declarations and comments are passed over. Whether every tag is closed is not looked at.
+// surprises: no more than kLongest bytes, no document type, no entities but the five of XML itself
+// and references to characters by their number. Declarations and comments are passed over. Whether
+// every tag is closed is not looked at.
 class CXmlTags {
   public:
     static constexpr std::size_t kLongest = 256 * 1024;

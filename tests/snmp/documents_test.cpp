@@ -138,6 +138,13 @@ TEST(XmlTagsTest, GivesTagsWithAttributesAndText) {
     EXPECT_THAT(Tags("no tag > at all"), IsEmpty());
 }
 
+TEST(XmlTagsTest, ReadsReferencesToCharacters) {
+    EXPECT_THAT(Tags("<a>&#65;&#x42;&#xe4;&#x20ac;&#x1f5a8;</a>"),
+                ElementsAre("a:AB\xC3\xA4\xE2\x82\xAC\xF0\x9F\x96\xA8", "/a:"));
+    const std::string name = "B\xC3\xBCro <1> \xE2\x82\xAC";
+    EXPECT_THAT(Tags(snmp::XmlElement("a", name)), ElementsAre("a:" + name, "/a:"));
+}
+
 TEST(XmlTagsTest, StopsAtWhatIsMalformed) {
     for (const char* document : {"<",
                                  "<a",
@@ -157,7 +164,15 @@ TEST(XmlTagsTest, StopsAtWhatIsMalformed) {
                                  "<!-- ",
                                  "<? ",
                                  "<a>&x;</a>",
-                                 "<a>&#65;</a>",
+                                 "<a>&#;</a>",
+                                 "<a>&#x;</a>",
+                                 "<a>&#6a;</a>",
+                                 "<a>&#65</a>",
+                                 "<a>&#0;</a>",
+                                 "<a>&#x1f;</a>",
+                                 "<a>&#xd800;</a>",
+                                 "<a>&#x110000;</a>",
+                                 "<a>&#4294967361;</a>",
                                  "<a b='&'>"}) {
         EXPECT_THAT(Tags(document), ElementsAre("!")) << document;
     }
