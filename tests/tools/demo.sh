@@ -9,7 +9,8 @@ readonly demo=$1
 export KSPMON_BUILD=$2
 
 work=$(mktemp --directory)
-trap 'rm -rf -- "$work"' EXIT
+captured=$(mktemp)
+trap 'rm -rf -- "$work" "$captured"' EXIT
 failures=0
 
 fail() {
@@ -22,7 +23,10 @@ run() {
     case_name=$1
     local expected=$2 status=0
     shift 2
-    output=$(cd -- "$work" && "$demo" "$@" 2>&1) || status=$?
+    # Through a file: Wine's desktop, which the demo may start, keeps a pipe open for as long as any
+    # other program runs.
+    (cd -- "$work" && "$demo" "$@") >"$captured" 2>&1 || status=$?
+    output=$(<"$captured")
     if [[ $status -ne $expected ]]; then
         fail "$case_name: exit code $status, expected $expected; the output:"
         printf '%s\n' "$output"
