@@ -12,10 +12,10 @@ std::wstring OwnPath() {
     return L"Software\\Kestrel Bench " + std::to_wstring(::GetCurrentProcessId());
 }
 
-HKEY Create(HKEY parent, const std::wstring& path) {
-    HKEY key = nullptr;
+UniqueRegistryKey Create(HKEY parent, const std::wstring& path) {
+    UniqueRegistryKey key;
     ::RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr,
-                      &key, nullptr);
+                      key.Receive(), nullptr);
     return key;
 }
 
@@ -32,52 +32,44 @@ bool SetDword(HKEY key, const wchar_t* name, DWORD number) {
 
 // As a configured port of the ordinary monitor has them.
 bool WritePort(HKEY ports, const std::wstring& name, const PortSet& set) {
-    const HKEY key = Create(ports, name);
-    const bool written =
-        key != nullptr && SetDword(key, L"ProtocolID", set.protocol) &&
-        SetText(key, L"PrinterAddress", set.address) &&
-        SetText(key, L"QueueName", set.protocol == 2 ? L"" : L"KSPQueue") &&
-        SetDword(key, L"PrinterAddressType", 1) && SetText(key, L"IpAddress", set.address) &&
-        SetText(key, L"SubnetMask", L"255.255.255.0") &&
-        SetText(key, L"MacAddress", L"00:11:22:33:44:55");
-    ::RegCloseKey(key);
-    return written;
+    const UniqueRegistryKey owner = Create(ports, name);
+    const HKEY key = owner.Get();
+    return key != nullptr && SetDword(key, L"ProtocolID", set.protocol) &&
+           SetText(key, L"PrinterAddress", set.address) &&
+           SetText(key, L"QueueName", set.protocol == 2 ? L"" : L"KSPQueue") &&
+           SetDword(key, L"PrinterAddressType", 1) && SetText(key, L"IpAddress", set.address) &&
+           SetText(key, L"SubnetMask", L"255.255.255.0") &&
+           SetText(key, L"MacAddress", L"00:11:22:33:44:55");
 }
 
 }  // namespace
 
-PrivateRegistry::PrivateRegistry() : RealRegistry(Create(HKEY_CURRENT_USER, OwnPath())) {
+PrivateRegistry::PrivateRegistry() : RealRegistry(Create(HKEY_CURRENT_USER, OwnPath()).Release()) {
     machine_ = Create(root_key(), L"Machine");
     const DWORD ordinary = 1;
     SetDword(root_key(), L"KSPRINT_SECURE", ordinary);
 }
 
 PrivateRegistry::~PrivateRegistry() {
-    ::RegCloseKey(machine_);
-    ::RegCloseKey(root_key());
+    machine_.Reset();
+    UniqueRegistryKey(root_key()).Reset();
     ::RegDeleteTreeW(HKEY_CURRENT_USER, OwnPath().c_str());
 }
 
-HKEY PrivateRegistry::OpenSoftwareKey() const {
-    return Create(machine_, kSoftwarePath);
+UniqueRegistryKey PrivateRegistry::OpenSoftwareKey() const {
+    return Create(machine_.Get(), kSoftwarePath);
 }
 
 bool PrivateRegistry::SetSetting(const wchar_t* name, DWORD number) const {
-    const HKEY key = OpenSoftwareKey();
-    const bool written = SetDword(key, name, number);
-    ::RegCloseKey(key);
-    return written;
+    return SetDword(OpenSoftwareKey().Get(), name, number);
 }
 
 bool PrivateRegistry::SetSetting(const wchar_t* name, const std::wstring& text) const {
-    const HKEY key = OpenSoftwareKey();
-    const bool written = SetText(key, name, text);
-    ::RegCloseKey(key);
-    return written;
+    return SetText(OpenSoftwareKey().Get(), name, text);
 }
 
 HANDLE PrivateRegistry::Redirected(HANDLE key) const {
-    return key == HKEY_LOCAL_MACHINE ? machine_ : key;
+    return key == HKEY_LOCAL_MACHINE ? machine_.Get() : key;
 }
 
 LONG PrivateRegistry::CreateKey(HANDLE parent, LPCWSTR subkey, DWORD /*options*/, REGSAM access,
@@ -141,12 +133,11 @@ LONG PrivateRegistry::QueryValue(HANDLE key, LPCWSTR name, PDWORD type, PBYTE da
 
 bool WritePorts(HKEY root, const PortSet& set) {
     ::RegDeleteTreeW(root, L"Ports");
-    const HKEY ports = Create(root, L"Ports");
-    bool written = ports != nullptr;
+    const UniqueRegistryKey ports = Create(root, L"Ports");
+    bool written = static_cast<bool>(ports);
     for (size_t number = 0; written && number < set.count; ++number) {
-        written = WritePort(ports, PortName(number), set);
+        written = WritePort(ports.Get(), PortName(number), set);
     }
-    ::RegCloseKey(ports);
     return written;
 }
 

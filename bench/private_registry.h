@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string>
 
+#include "support/windows_handles.h"
 #include "tools/host/real_registry.h"
 
 namespace ksp::bench {
@@ -18,7 +19,7 @@ class PrivateRegistry : public host::RealRegistry {
     PrivateRegistry(const PrivateRegistry&) = delete;
     PrivateRegistry& operator=(const PrivateRegistry&) = delete;
 
-    [[nodiscard]] bool ready() const { return root_key() != nullptr && machine_ != nullptr; }
+    [[nodiscard]] bool ready() const { return root_key() != nullptr && static_cast<bool>(machine_); }
     [[nodiscard]] HKEY root_key() const { return static_cast<HKEY>(Root()); }
     // What the monitor finds as its software key.
     [[nodiscard]] bool SetSetting(const wchar_t* name, DWORD number) const;
@@ -45,10 +46,10 @@ class PrivateRegistry : public host::RealRegistry {
 
   private:
     [[nodiscard]] HANDLE Redirected(HANDLE key) const;
-    [[nodiscard]] HKEY OpenSoftwareKey() const;
+    [[nodiscard]] UniqueRegistryKey OpenSoftwareKey() const;
 
     std::atomic<size_t> calls_{0};
-    HKEY machine_ = nullptr;
+    UniqueRegistryKey machine_;
 };
 
 // The ports key below a root, filled with so many raw (2), XLPR (1) or LPR (0) ports to one printer;
