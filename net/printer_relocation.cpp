@@ -87,6 +87,15 @@ std::optional<std::wstring> Search(CKspOryxWrapper& wrapper, CPortInfo& info,
     return address;
 }
 
+// Whoever answers where the name leads may be a stranger, to whom the address went while the printer
+// was off. Only the printer itself is noted; or, for a record that knows none yet, the first that
+// answers at its own name.
+bool IsThePrinter(const CPortInfo& info, const std::wstring& name, const CDeviceRecord& device) {
+    return info.MacAddress.empty()
+               ? info.PrinterAddress == name
+               : FindMacCandidate(MacCandidates(info.MacAddress), device.MacAddress) != nullptr;
+}
+
 }  // namespace
 
 CRelocation FindTrackedPrinter(CPortInfo& info) {
@@ -103,14 +112,14 @@ CRelocation FindTrackedPrinter(CPortInfo& info) {
     return {true, Search(*wrapper, info, candidates)};
 }
 
-void NoteResolvedPrinter(CPortInfo& info, const std::wstring& address) {
+void NoteResolvedPrinter(CPortInfo& info, const std::wstring& name, const std::wstring& address) {
     const auto wrapper = StartWrapper();
     if (!wrapper) {
         return;
     }
     Log(LogLevel::kTrace, L"Start Search IP Address by Oryx.(IP:%s)", address.c_str());
     CDeviceRecord device;
-    if (!wrapper->ReadDeviceIdentity(address, device)) {
+    if (!wrapper->ReadDeviceIdentity(address, device) || !IsThePrinter(info, name, device)) {
         Log(LogLevel::kError, L"printer not found !!");
         return;
     }

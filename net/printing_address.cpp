@@ -3,6 +3,7 @@
 #include "net/address_text.h"
 #include "net/printer_relocation.h"
 #include "ports/registry_store.h"
+#include "support/error_text.h"
 #include "support/log.h"
 
 namespace ksp {
@@ -10,6 +11,7 @@ namespace ksp {
 namespace {
 
 constexpr std::uint32_t kNoDiscovery = 0xFFFFFFFF;  // -1
+constexpr wchar_t kUnknownName[] = L"Unable to get address for host name =%s . %s";
 
 // Whether a record stands for the printer with this address text. The store answers with the first
 // tracked port whatever its name; a port that is not tracked keeps to its own address all the same.
@@ -40,9 +42,15 @@ std::uint32_t CSLIpAddr::getByNamePrinting(const std::wstring& name, std::int32_
             return 0;
         }
     }
-    const std::uint32_t error = Resolve(name, L"Unable to get address for host name =%s . %s");
+    // To the system no name is this computer's, and the job would go to its own ports.
+    if (name.empty()) {
+        ::WSASetLastError(WSAHOST_NOT_FOUND);
+        Log(LogLevel::kInfo, kUnknownName, name.c_str(), SocketErrorText().text.c_str());
+        return WSAHOST_NOT_FOUND;
+    }
+    const std::uint32_t error = Resolve(name, kUnknownName);
     if (error == 0 && tracked) {
-        NoteResolvedPrinter(info, Text());
+        NoteResolvedPrinter(info, name, Text());
     }
     return error;
 }

@@ -50,6 +50,16 @@ TEST_F(PrintingAddressTest, ANameWithoutAPortIsResolvedAllTheSame) {
     ExpectDiscoveryUntouched();
 }
 
+// A record whose address cannot be read has none.
+TEST_F(PrintingAddressTest, NoNameIsNotThisComputer) {
+    EXPECT_EQ(Resolve(L""), static_cast<DWORD>(WSAHOST_NOT_FOUND));
+    EXPECT_EQ(Count(LineLevel::kInfo, L"Unable to get address for host name = . " +
+                                          SystemText(WSAHOST_NOT_FOUND)),
+              1u)
+        << ReadLog().Describe();
+    EXPECT_EQ(address_.Text(), L"0.0.0.0");
+}
+
 // The record then holds another port; its address type must not count.
 TEST_F(PrintingAddressTest, AnotherPortIsNotTheNamesPort) {
     AddPortKey(L"127.0.0.9");

@@ -75,20 +75,50 @@ TEST_F(RelocationFallbackTest, ASearchThatDoesNotStartFindsNothing) {
     EXPECT_EQ(CountLines(kNotFound), 1U);
 }
 
-// Whoever answers at the name's address is the port's printer from now on.
-TEST_F(RelocationFallbackTest, ADeviceThatAnswersAtTheNamesAddressIsWrittenBack) {
+// One that the search does not find answers all the same when it is asked; here by another of its
+// network interfaces.
+TEST_F(RelocationFallbackTest, ThePrinterThatAnswersAtTheNamesAddressIsWrittenBack) {
     AddTrackedPort();
-    AddDevice("127.0.0.1", "0026AB999999");
+    library_.AddDevice({.address = "127.0.0.1", .mac = "0226AB123456", .silent = true});
     EXPECT_EQ(Resolve(), "127.0.0.1");
     EXPECT_THAT(Writes(), ElementsAre("Port\\IpAddress", "Port\\MacAddress"));
     EXPECT_EQ(Value(L"IpAddress"), L"127.0.0.1");
-    EXPECT_EQ(Value(L"MacAddress"), L"0026AB999999");
+    EXPECT_EQ(Value(L"MacAddress"), L"0226AB123456");
     EXPECT_THAT(SearchLines(),
                 ElementsAre(kStart, "ERROR: Failed Create Device Handle",
                             "ERROR: Failed create device handle",
                             "TRACE: IP Address is changed by 127.0.0.2", kSearch,
                             "TRACE: MAC is   --> get IP is ", kNotFound, kByName,
-                            "TRACE: Mac address changed 0026AB999999", "TRACE: Found 127.0.0.1"));
+                            "TRACE: Mac address changed 0226AB123456", "TRACE: Found 127.0.0.1"));
+}
+
+// The job goes there, as its name says; the port goes on looking for its own printer.
+TEST_F(RelocationFallbackTest, AStrangerAtTheNamesAddressIsNotWrittenBack) {
+    AddTrackedPort();
+    AddDevice("127.0.0.1", "0026AB999999");
+    EXPECT_EQ(Resolve(), "127.0.0.1");
+    EXPECT_THAT(Writes(), IsEmpty());
+    EXPECT_EQ(CountLines("ERROR: printer not found !!"), 1U);
+    EXPECT_EQ(CountLines("TRACE: Found 127.0.0.1"), 0U);
+}
+
+TEST_F(RelocationFallbackTest, ARecordWithoutAPrinterTakesTheOneThatAnswersAtItsName) {
+    AddPort(L"Port", 4, kName, L"127.0.0.2", L"");
+    AddDevice("127.0.0.1", "0026AB999999");
+    EXPECT_EQ(Resolve(), "127.0.0.1");
+    EXPECT_EQ(Value(L"IpAddress"), L"127.0.0.1");
+    EXPECT_EQ(Value(L"MacAddress"), L"0026AB999999");
+}
+
+// The first tracked port's record answers for those behind it.
+TEST_F(RelocationFallbackTest, ThePrinterOfAPortBehindIsNotWrittenIntoTheOneInFront) {
+    for (const wchar_t* mac : {kMac, L""}) {
+        AddPort(L"Front", 4, L"127.0.0.9", L"127.0.0.2", mac);
+        AddTrackedPort();
+        AddDevice("127.0.0.1", "0026AB999999");
+        EXPECT_EQ(Resolve(), "127.0.0.1");
+        EXPECT_THAT(Writes(), IsEmpty());
+    }
 }
 
 // Its MAC address is written also when it is the stored one, without the line.
@@ -130,7 +160,7 @@ TEST_F(RelocationFallbackTest, TheNamesAddressStandsWithoutASecondWrapper) {
 
 TEST_F(RelocationFallbackTest, FailedWritesDoNotChangeTheResult) {
     AddTrackedPort();
-    AddDevice("127.0.0.1", "0026AB999999");
+    library_.AddDevice({.address = "127.0.0.1", .mac = "0226AB123456", .silent = true});
     registry_.AddFault({.operation = RegistryOperation::kSetValue, .and_later = true});
     EXPECT_EQ(Resolve(), "127.0.0.1");
     EXPECT_EQ(Value(L"IpAddress"), L"127.0.0.2");

@@ -107,14 +107,22 @@ TEST_F(RelocationJobTest, APrinterThatIsNotFoundIsLookedForByItsName) {
                 ElementsAre(L"printer not found !!"));
 }
 
-TEST_F(RelocationJobTest, ANewDeviceAtTheNamesAddressIsWrittenBack) {
+TEST_F(RelocationJobTest, ThePrinterAtTheNamesAddressIsWrittenBack) {
     AddTrackedPort(new_->wide_address());
-    discovery_.AddDevice({.address = new_->address(), .mac = "0026AB999999"});
+    discovery_.AddDevice({.address = new_->address(), .mac = "0226AB123456", .silent = true});
     ASSERT_TRUE(Start());
     ExpectPrinted(*new_);
     EXPECT_THAT(PortWrites(), ElementsAre(L"Port\\IpAddress", L"Port\\MacAddress"));
     EXPECT_EQ(Value(L"IpAddress"), new_->wide_address());
-    EXPECT_EQ(Value(L"MacAddress"), L"0026AB999999");
+    EXPECT_EQ(Value(L"MacAddress"), L"0226AB123456");
+}
+
+TEST_F(RelocationJobTest, AStrangerAtTheNamesAddressGetsTheJobAndIsForgotten) {
+    AddTrackedPort(new_->wide_address());
+    discovery_.AddDevice({.address = new_->address(), .mac = "0026AB999999"});
+    ASSERT_TRUE(Start());
+    ExpectPrinted(*new_);
+    EXPECT_THAT(PortWrites(), IsEmpty());
 }
 
 TEST_F(RelocationJobTest, FailedWritesDoNotHoldTheJobUp) {
