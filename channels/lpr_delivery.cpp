@@ -38,8 +38,10 @@ std::int32_t CLprPrintChannel::EndDoc() {
         try {
             Deliver();
         } catch (...) {
-            // Out of memory: the job is not sent, and everybody who looks at the queue sees it.
-            SetJobErrorQuietly();
+            // Out of memory. A job that ended here would be reported sent, so it is held like any
+            // other that failed.
+            Log(LogLevel::kCritical, L"memory allocation failure");
+            HoldInError(L"The sendtoServer failed ..");
         }
     }
     CleanUp();
@@ -176,14 +178,25 @@ void CLprPrintChannel::EndData() {
     }
 }
 
-void CLprPrintChannel::HoldInError(LogText message) {
-    SetJobError();
-    UpdatePortStatus();
-    Log(LogLevel::kInfo, message);
-    while (CheckJobAlive()) {
-        ::Sleep(kErrorPause);
-        UpdatePortStatus();
-        Log(LogLevel::kInfo, message);
+void CLprPrintChannel::HoldInError(LogText message) noexcept {
+    // What fails for want of memory is tried again with the next look at the job.
+    bool marked = false;
+    bool alive = true;
+    while (alive) {
+        try {
+            if (!marked) {
+                SetJobError();
+                marked = true;
+            }
+            UpdatePortStatus();
+            Log(LogLevel::kInfo, message);
+            alive = CheckJobAlive();
+        } catch (...) {
+            alive = !IsEndRequested();
+        }
+        if (alive) {
+            ::Sleep(kErrorPause);
+        }
     }
 }
 
@@ -212,14 +225,6 @@ bool CLprPrintChannel::CheckJobAlive() {
     }
     m_lastJobCheck = now;
     return !m_services.IsJobEnded(m_portId);
-}
-
-void CLprPrintChannel::SetJobErrorQuietly() noexcept {
-    try {
-        SetJobError();
-    } catch (...) {
-        // The printer's status still shows that something is wrong.
-    }
 }
 
 std::int32_t CLprPrintChannel::SetJobError() {

@@ -82,11 +82,10 @@ class CLprPrintChannel : public CPrintChannel {
     void CleanUp();
 
     // Marks the job as in error and reports the message until somebody deletes or restarts the job.
-    void HoldInError(LogText message);
+    void HoldInError(LogText message) noexcept;
     // False when the job was deleted or restarted; asked of the spooler at most every 6 seconds.
     [[nodiscard]] bool CheckJobAlive();
     std::int32_t SetJobError();
-    void SetJobErrorQuietly() noexcept;
 
     CSpoolFile m_spoolFile;
     std::uint32_t m_lastJobCheck = 0;  // tick count, milliseconds

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <utility>
@@ -36,6 +37,9 @@ class LprPorts final : public IPortServices {
         return knows_printer;
     }
     bool SetPortStatus(std::uint32_t port_id, std::uint32_t status) override {
+        if (std::exchange(is_memory_out, false)) {
+            throw std::bad_alloc();
+        }
         char text[32] = {};
         static_cast<void>(std::snprintf(text, sizeof(text), " 0x%X", status));
         Note("SetPortStatus", port_id, text);
@@ -50,6 +54,9 @@ class LprPorts final : public IPortServices {
         return asked > kMostQuestions || (is_job_ended && is_job_ended());
     }
     bool SetJobError(std::uint32_t port_id) override {
+        if (std::exchange(is_memory_out_again, false)) {
+            throw std::bad_alloc();
+        }
         Note("SetJobError", port_id);
         return true;
     }
@@ -59,6 +66,8 @@ class LprPorts final : public IPortServices {
     bool knows_port = true;
     bool knows_printer = true;
     std::uint32_t printer_status = 0x400;
+    bool is_memory_out = false;        // for the next SetPortStatus
+    bool is_memory_out_again = false;  // for the next SetJobError
     std::function<bool()> is_job_ended = {};
     size_t asked = 0;  // whether the job has ended
     // A job that a channel holds for longer than any test means to has ended.

@@ -31,6 +31,8 @@ standins::LpdBehavior At(standins::LpdStep step, std::string bytes,
     return behavior;
 }
 
+using LprMemoryTest = LprChannelTest;
+
 class LprFailureTest : public LprChannelTest, public ::testing::WithParamInterface<Failure> {
   protected:
     void Deliver() {
@@ -265,6 +267,21 @@ TEST_F(LprPauseTest, ALateAcknowledgementIsTaken) {
     EXPECT_GE(Count(LineLevel::kInfo, kNoAck), 1u);
     EXPECT_TRUE(OnlyConnection().has_whole_data);
     EXPECT_EQ(OnlyConnection().commands.size(), 3u) << "no command twice";
+}
+
+// A job that ended there would be reported sent.
+TEST_F(LprMemoryTest, AJobForWhichMemoryRunsOutIsHeldInError) {
+    Start();
+    ASSERT_NO_FATAL_FAILURE(Spool("data"));
+    ports_.is_memory_out = true;  // behind the sending of the data
+    ports_.is_memory_out_again = true;
+    EndJobAtQuestion(2);
+    EXPECT_EQ(channel().EndDoc(), 0);
+    EXPECT_EQ(Count(LineLevel::kCritical, L"memory allocation failure"), 1u);
+    EXPECT_GE(Count(LineLevel::kInfo, L"The sendtoServer failed .."), 1u);
+    EXPECT_GE(ports_.asked, 2u) << "the job was not held";
+    EXPECT_THAT(ports_.TakeCalls(), ElementsAre(kError, kTroubled, kTroubled, kWell, kAsBefore));
+    EXPECT_FALSE(channel().IsOpen());
 }
 
 }  // namespace
