@@ -1,8 +1,11 @@
 #include "monitor/port_operations.h"
 
+#include <algorithm>
+
 #include "monitor/confirmation_print.h"
 #include "monitor/handle_id.h"
 #include "monitor/job_data.h"
+#include "net/ip_address.h"
 #include "ports/registry_store.h"
 #include "support/log.h"
 
@@ -98,8 +101,10 @@ std::int32_t WriteToChannel(const CPort& port, const BYTE* data, DWORD size) {
     return WriteJobData(port, info, data, size);
 }
 
-[[nodiscard]] bool ReportWritten(std::int32_t taken, DWORD* written) {
-    const DWORD count = taken > 0 ? static_cast<DWORD>(taken) : 0;
+// The channel may have counted a job header too. A spooler that was told of more bytes than it offered
+// would go on behind its buffer.
+[[nodiscard]] bool ReportWritten(std::int32_t taken, DWORD offered, DWORD* written) {
+    const DWORD count = taken > 0 ? std::min(static_cast<DWORD>(taken), offered) : 0;
     if (written != nullptr) {
         *written = count;
     }
@@ -192,6 +197,12 @@ bool CPortOperations::StartDocPortNow(HANDLE handle, wchar_t* printerName, DWORD
     }
     const CJobScope scope(*port);
     port->SetJob(std::move(printer), jobId);
+    // It was deleted while the printer was opened.
+    if (port->IsGivenUp()) {
+        Log(LogLevel::kError, L"invalid port handle");
+        port->ClearJob();
+        return false;
+    }
     if (!IsPrinterReady(*port, ReadRecord(*port))) {
         return false;
     }
@@ -255,7 +266,7 @@ bool CPortOperations::WritePortNow(HANDLE handle, const BYTE* data, DWORD size, 
         ::Sleep(kPausedJobPause);
         return false;
     }
-    return ReportWritten(taken, written);
+    return ReportWritten(taken, size, written);
 }
 
 bool CPortOperations::EndDocPort(HANDLE handle) {
