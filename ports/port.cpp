@@ -66,11 +66,7 @@ CPort::~CPort() {
         return;
     }
     m_printer.Reset();
-    try {
-        m_channel.reset();
-    } catch (...) {
-        // A port goes, whatever its channel says to it.
-    }
+    m_channel.reset();
 }
 
 bool CPort::Initialize(const CPortInfo& info) {
@@ -119,6 +115,7 @@ bool CPort::HasChannel() {
 
 bool CPort::CloseChannel(Unfinished job) {
     if (job == Unfinished::kGiveUp) {
+        m_deleted = true;
         m_giveUpRequested = true;
     }
     m_closeRequested = true;
@@ -181,7 +178,7 @@ void CPort::LeaveJob() noexcept {
 void CPort::SetJob(UniquePrinter printer, DWORD jobId) noexcept {
     m_printer = std::move(printer);
     m_jobId = jobId;
-    m_jobGivenUp = false;
+    m_jobGivenUp = m_deleted.load();
     m_jobRecords = SpoolerRecords();
 }
 

@@ -107,6 +107,7 @@ class CPort {
     CJobLock m_jobLock;          // its work is the job's operation that runs
     std::atomic<bool> m_closeRequested{false};
     std::atomic<bool> m_giveUpRequested{false};  // the channel watches it while it waits
+    std::atomic<bool> m_deleted{false};          // whoever found it before can still start a job
     bool m_jobGivenUp = false;                   // under the job lock
 };
 

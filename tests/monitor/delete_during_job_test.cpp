@@ -66,5 +66,24 @@ TEST_F(DeleteDuringJobTest, JobOfADeletedPortIsNeverReportedSent) {
     EXPECT_EQ(*spooler().JobStatus(L"Printer", 1) & JOB_STATUS_COMPLETE, 0u);
 }
 
+// Between finding the port and starting its job lies a call of the spooler.
+TEST_F(DeleteDuringJobTest, JobThatStartsWhileItsPortIsDeletedDoesNotStart) {
+    LoopbackPrinter printer;
+    ASSERT_TRUE(printer.ready());
+    AddRawPort(L"PORT", printer);
+    ASSERT_TRUE(Start());
+    QueueJob(L"PORT");
+    spooler().PutPrinter({.name = L"Printer", .port_names = L"ANOTHER"});
+    const HANDLE port = Open(L"PORT");
+    DWORD deleted = ERROR_CAN_NOT_COMPLETE;
+    spooler().SetHook(WinspoolOpenPrinter, [&] { deleted = DeletePort(L"PORT"); });
+    EXPECT_FALSE(StartDoc(port).result);
+    spooler().SetHook(WinspoolOpenPrinter, {});
+    EXPECT_EQ(deleted, kDeleted);
+    EXPECT_THAT(NewLines(), Contains("ERROR invalid port handle"));
+    EXPECT_TRUE(spooler().OpenHandles().empty());
+    EXPECT_TRUE(printer.connections().empty());
+}
+
 }  // namespace
 }  // namespace ksp::test
