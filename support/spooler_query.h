@@ -30,8 +30,8 @@ enum class SpoolerAnswer {
 // their texts behind them.
 class SpoolerRecords {
   public:
-    // `call(buffer, size, needed)` is made once without a buffer, to learn the size, and once with
-    // one.
+    // `call(buffer, size, needed)` is made once without a buffer, to learn the size, and then with
+    // one; again when the records have grown in between.
     template <class Call>
     [[nodiscard]] SpoolerAnswer Read(Call call) {
         DWORD needed = 0;
@@ -41,13 +41,21 @@ class SpoolerRecords {
         if (needed == 0) {
             return SpoolerAnswer::kEmpty;
         }
-        try {
-            m_bytes.resize(needed);
-        } catch (const std::bad_alloc&) {
-            return SpoolerAnswer::kNoMemory;
+        constexpr int kMostReads = 4;
+        for (int reads = 0; reads < kMostReads; ++reads) {
+            try {
+                m_bytes.resize(needed);
+            } catch (const std::bad_alloc&) {
+                return SpoolerAnswer::kNoMemory;
+            }
+            if (call(m_bytes.data(), static_cast<DWORD>(m_bytes.size()), &needed) != FALSE) {
+                return SpoolerAnswer::kOk;
+            }
+            if (::GetLastError() != ERROR_INSUFFICIENT_BUFFER || needed <= m_bytes.size()) {
+                break;
+            }
         }
-        return call(m_bytes.data(), needed, &needed) != FALSE ? SpoolerAnswer::kOk
-                                                              : SpoolerAnswer::kNotRead;
+        return SpoolerAnswer::kNotRead;
     }
 
     // The first of the records; only after kOk.
