@@ -49,8 +49,8 @@ class CRegistryKey {
 
     [[nodiscard]] std::optional<std::uint32_t> ReadDword(const wchar_t* name) const;
     [[nodiscard]] std::optional<std::wstring> ReadText(const wchar_t* name) const;
-    // The subkey at the index. False at the end, and at any failure.
-    [[nodiscard]] bool ReadSubkey(DWORD index, CSubkey& subkey) const;
+    // The subkey at the index; a Windows error code, ERROR_NO_MORE_ITEMS at the end.
+    [[nodiscard]] LONG ReadSubkey(DWORD index, CSubkey& subkey) const;
 
     LONG WriteDword(const wchar_t* name, std::uint32_t value) const;
     // REG_SZ of exactly two bytes a character, without a terminator.

@@ -63,7 +63,7 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
         return 0;
     }
     CSubkey subkey;
-    for (DWORD index = 0; m_portsKey.ReadSubkey(index, subkey); ++index) {
+    for (DWORD index = 0; FindPortKey(index, subkey); ++index) {
         const std::uint64_t readAt = CAddressTypeCache::Now();
         const CRegistryKey key = OpenPort(subkey.name, KEY_READ);
         if (!key.IsOpen()) {
@@ -81,6 +81,15 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
         }
     }
     return 1;
+}
+
+bool CRegistryStore::FindPortKey(DWORD index, CSubkey& subkey) const {
+    LONG result = m_portsKey.ReadSubkey(index, subkey);
+    if (result != ERROR_SUCCESS && result != ERROR_NO_MORE_ITEMS) {
+        Log(LogLevel::kError, L"Unable to enumerate the port keys ( %d )", result);
+        result = m_portsKey.ReadSubkey(index, subkey);
+    }
+    return result == ERROR_SUCCESS;
 }
 
 std::uint32_t CRegistryStore::ReadAddressType(const CRegistryKey& key, DWORD index,
@@ -140,7 +149,7 @@ int CRegistryStore::FindPortOnce(const wchar_t* name, CPortInfo* info) {
     };
     for (DWORD index = 0;; ++index) {
         CSubkey& subkey = subkeys[passed == &subkeys[0] ? 1 : 0];
-        if (!m_portsKey.ReadSubkey(index, subkey)) {
+        if (m_portsKey.ReadSubkey(index, subkey) != ERROR_SUCCESS) {
             break;
         }
         CRegistryKey key;
@@ -178,7 +187,7 @@ bool CRegistryStore::HasUntrackedPort(const std::wstring& printerAddress) {
 
 bool CRegistryStore::HasUntrackedPortOnce(const std::wstring& printerAddress) {
     CSubkey subkey;
-    for (DWORD index = 0; m_portsKey.ReadSubkey(index, subkey); ++index) {
+    for (DWORD index = 0; m_portsKey.ReadSubkey(index, subkey) == ERROR_SUCCESS; ++index) {
         // Without a line for a key that cannot be opened: the caller's look-up has just logged it.
         CRegistryKey key;
         if (key.Open(m_access, m_portsKey.Get(), subkey.name, KEY_READ) == ERROR_SUCCESS &&
@@ -196,7 +205,8 @@ bool CRegistryStore::IsKeyOfAnotherPort(const std::wstring& name) {
         return false;
     }
     CSubkey subkey;
-    for (DWORD index = 0; m_portsKey.ReadSubkey(index, subkey) && subkey.name != name; ++index) {
+    for (DWORD index = 0;
+         m_portsKey.ReadSubkey(index, subkey) == ERROR_SUCCESS && subkey.name != name; ++index) {
         if (IsSameKeyName(subkey.name, name)) {
             return true;
         }

@@ -33,7 +33,7 @@ class RegistryKeyTest : public ::testing::Test {
     }
     static std::optional<std::wstring> SubkeyName(const CRegistryKey& key, DWORD index) {
         CSubkey subkey;
-        return key.ReadSubkey(index, subkey) ? std::optional<std::wstring>(subkey.name)
+        return key.ReadSubkey(index, subkey) == ERROR_SUCCESS ? std::optional<std::wstring>(subkey.name)
                                              : std::nullopt;
     }
     [[nodiscard]] std::size_t OpenKeys() const { return memory_.OpenKeyCount(); }
@@ -172,7 +172,7 @@ TEST_F(RegistryKeyTest, TellsWhenASubkeyWasChangedLast) {
     memory_.MakeKey(HKEY_LOCAL_MACHINE, L"key\\a");
     memory_.SetLastWriteTime(HKEY_LOCAL_MACHINE, L"key\\a", {5, 1});
     CSubkey subkey;
-    ASSERT_TRUE(Opened().ReadSubkey(0, subkey));
+    ASSERT_EQ(Opened().ReadSubkey(0, subkey), ERROR_SUCCESS);
     EXPECT_EQ(subkey.lastWrite, 0x1'0000'0005U);
 }
 

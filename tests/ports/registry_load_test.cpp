@@ -12,6 +12,7 @@ namespace ksp {
 namespace {
 
 using test::RegistryOperation;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
@@ -88,15 +89,32 @@ TEST_F(RegistryLoadTest, SkipsAPortThatCannotBeOpened) {
                                      "INFO: Load Port : c"));
 }
 
-TEST_F(RegistryLoadTest, EndsAtAnyFailureWithWhatWasReadSoFar) {
+TEST_F(RegistryLoadTest, AKeyThatCannotBeEnumeratedIsTriedAgain) {
     Open();
     for (const wchar_t* name : {L"a", L"b", L"c"}) {
         SetPortDword(name, L"ProtocolID", 2);
     }
     for (const LONG code : {ERROR_ACCESS_DENIED, ERROR_INVALID_HANDLE, ERROR_MORE_DATA}) {
-        registry_.AddFault({.operation = RegistryOperation::kEnumKey, .code = code, .nth = 3});
-        EXPECT_THAT(LoadNames(), ElementsAre(L"a", L"b")) << code;
+        registry_.AddFault({.operation = RegistryOperation::kEnumKey, .code = code, .nth = 2});
+        EXPECT_THAT(LoadNames(), ElementsAre(L"a", L"b", L"c")) << code;
+        EXPECT_THAT(Lines(), Contains("ERROR: Unable to enumerate the port keys ( " +
+                                      std::to_string(code) + " )"));
     }
+}
+
+TEST_F(RegistryLoadTest, EndsAtAFailureThatStaysWithWhatWasReadSoFar) {
+    Open();
+    for (const wchar_t* name : {L"a", L"b", L"c"}) {
+        SetPortDword(name, L"ProtocolID", 2);
+    }
+    registry_.AddFault({.operation = RegistryOperation::kEnumKey,
+                        .code = ERROR_ACCESS_DENIED,
+                        .nth = 3,
+                        .and_later = true});
+    EXPECT_THAT(LoadNames(), ElementsAre(L"a", L"b"));
+    EXPECT_THAT(Lines(),
+                ElementsAre("INFO: Load Port : a", "INFO: Load Port : b",
+                            "ERROR: Unable to enumerate the port keys ( 5 )"));
 }
 
 TEST_F(RegistryLoadTest, DoesNotLoopWhenThePortsKeyCannotBeRead) {
