@@ -86,6 +86,7 @@ std::int32_t CPrintChannel::SendToServer(const void* data, std::int32_t length) 
 
 void CPrintChannel::OpenJob(std::uint32_t portId) {
     m_open = true;
+    m_savedStatus = 0;  // not the one before an earlier job
     if (!m_services.GetPrinterStatus(portId, m_savedStatus)) {
         Log(LogLevel::kError, L"Getting the print status failed");
     }

@@ -179,7 +179,7 @@ TEST_F(RawChannelJobTest, TheEndOfAJobOfAnUnknownPortIsLogged) {
     EXPECT_FALSE(channel().IsOpen());
 }
 
-TEST_F(RawChannelJobTest, EveryJobSavesTheStatusAnewAndKeepsTheLastOneWhenItCannot) {
+TEST_F(RawChannelJobTest, EveryJobSavesTheStatusAnewAndNoneWhenItCannot) {
     Start();
     ports_.printer_status = 0x10;
     StartDoc();
@@ -192,7 +192,7 @@ TEST_F(RawChannelJobTest, EveryJobSavesTheStatusAnewAndKeepsTheLastOneWhenItCann
     ports_.knows_printer = false;
     StartDoc();
     ASSERT_EQ(channel().EndDoc(), 0);
-    EXPECT_THAT(ports_.TakeCalls(), ElementsAre("SetPortStatus 7 0x20", "ClearPortStatus 7"));
+    EXPECT_THAT(ports_.TakeCalls(), ElementsAre("SetPortStatus 7 0x0", "ClearPortStatus 7"));
 }
 
 TEST_F(RawChannelJobTest, EveryJobHasItsOwnPortHandle) {
