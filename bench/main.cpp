@@ -7,6 +7,7 @@
 
 #include <winsock2.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -50,6 +51,11 @@ int Run(const std::vector<std::string>& arguments) {
             return 2;
         }
     }
+    const auto is_wanted = [&only](const Row& row) { return only.empty() || only == row.name; };
+    if (std::ranges::none_of(kRows, is_wanted)) {
+        std::printf("kspbench: there is no row %s\n", only.c_str());
+        return 2;
+    }
     const std::string& address = arguments[0];
     World world(std::wstring(address.begin(), address.end()));
     Report report;
@@ -60,7 +66,7 @@ int Run(const std::vector<std::string>& arguments) {
     Bench bench = {world, report, address, quick ? kGlance : Extent()};
     bool complete = true;
     for (const Row& row : kRows) {
-        if ((only.empty() || only == row.name) && !row.measure(bench)) {
+        if (is_wanted(row) && !row.measure(bench)) {
             std::printf("kspbench: a measurement of \"%s\" failed\n", row.name.data());
             complete = false;
         }
