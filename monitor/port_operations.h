@@ -20,8 +20,8 @@ class CPortOperations {
     explicit CPortOperations(CPortManager& manager) : m_manager(manager) {}
 
     // A Windows error code: 0, 21 not initialised, 122 buffer too small, 124 level, 1 exception.
-    // The structures stand at the start of the buffer, their strings at its end: some spoolers move
-    // the two apart and fail when they touch.
+    // The structures stand at the start of the buffer, their strings at its end: spoolers join the
+    // answers of several monitors and move the two apart.
     [[nodiscard]] DWORD EnumPorts(DWORD level, BYTE* buffer, DWORD size, DWORD* needed,
                                   DWORD* returned);
     [[nodiscard]] bool OpenPort(const wchar_t* name, HANDLE* handle);

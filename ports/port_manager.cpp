@@ -5,8 +5,8 @@
 
 #include "ports/port_record_forms.h"
 #include "ports/registry_store.h"
-#include "support/spooler_query.h"
 #include "support/log.h"
+#include "support/spooler_query.h"
 
 namespace ksp {
 

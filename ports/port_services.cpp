@@ -2,8 +2,8 @@
 
 #include <cwchar>
 
-#include "support/spooler_query.h"
 #include "support/log.h"
+#include "support/spooler_query.h"
 
 namespace ksp {
 
