@@ -5,6 +5,7 @@
 #include "channels/raw_print_channel.h"
 #include "ports/registry_store.h"
 #include "tests/host/handle_census.h"
+#include "tests/host/patched_import.h"
 #include "tests/ports/port_manager_test.h"
 
 namespace ksp::test {
@@ -50,6 +51,20 @@ TEST_F(PortTest, WithoutEventItSaysSo) {
     EXPECT_THAT(NewLines(),
                 ElementsAre("ERROR Invalid Event Handle.", "ERROR Invalid Event Handle.",
                             "ERROR Invalid Event Handle."));
+}
+
+HANDLE WINAPI NoEvent(LPSECURITY_ATTRIBUTES /*security*/, BOOL /*manual*/, BOOL /*signalled*/,
+                      LPCWSTR /*name*/) {
+    SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+    return nullptr;
+}
+
+TEST_F(PortTest, PortWithoutAnEventIsNotInitialized) {
+    CPort port(manager());
+    const PatchedImport<decltype(&::CreateEventW)> patch("CreateEventW", NoEvent);
+    ASSERT_TRUE(patch.works());
+    EXPECT_FALSE(port.Initialize(Raw(L"PORT", L"127.9.8.7")));
+    EXPECT_THAT(NewLines(), ElementsAre("INFO could not create event handle"));
 }
 
 TEST_F(PortTest, InitializedPortHasNameChannelAndSignalledEvent) {

@@ -7,6 +7,7 @@
 
 #include "ports/registry_store.h"
 #include "support/unique_resource.h"
+#include "tests/host/patched_import.h"
 #include "tests/support/store_test.h"
 
 namespace ksp {
@@ -48,6 +49,17 @@ TEST_F(RegistryUserTest, IdentityOfAnyLengthAndTermination) {
     EXPECT_EQ(store_.GetUserIdentity(), L"user");
     Store(REG_SZ, L"");
     EXPECT_EQ(store_.GetUserIdentity(), L"");
+}
+
+LONG WINAPI NoHive(REGSAM /*rights*/, PHKEY /*hive*/) {
+    return ERROR_ACCESS_DENIED;
+}
+
+TEST_F(RegistryUserTest, HiveThatCannotBeOpenedIsLoggedWithItsCode) {
+    const test::PatchedImport<decltype(&::RegOpenCurrentUser)> patch("RegOpenCurrentUser", NoHive);
+    ASSERT_TRUE(patch.works());
+    EXPECT_EQ(store_.GetUserIdentity(), std::nullopt);
+    EXPECT_THAT(Lines(), ElementsAre("ERROR: RegOpenCurrentUser error. (5)"));
 }
 
 TEST_F(RegistryUserTest, MissingKeyIsLoggedWithItsCode) {
