@@ -77,7 +77,7 @@ std::optional<Ipv4> ParseAddress(std::string_view text) {
 
 CDeviceQuery::CDeviceQuery(Ipv4 address, Wanted wanted)
     : m_step(wanted == Wanted::kEverything ? Step::kDescription : Step::kInterfaceOfAddress),
-      m_afterMac(wanted == Wanted::kEverything ? Step::kName : Step::kDone) {
+      m_afterMac(wanted == Wanted::kEverything ? Step::kPrinterRow : Step::kDone) {
     m_identity.address = address;
 }
 
@@ -89,12 +89,12 @@ std::optional<CQuestion> CDeviceQuery::Next() const {
     switch (m_step) {
         case Step::kDescription:
             return FirstQuestion();
-        case Step::kName:
-            return CQuestion{QuestionKind::kGet, FirstOf(SysName())};
         case Step::kPrinterRow:
             return CQuestion{QuestionKind::kGetNext, HrPrinterStatus()};
         case Step::kPrinterDescription:
             return CQuestion{QuestionKind::kGet, HrDeviceDescr().Child(m_row)};
+        case Step::kName:
+            return CQuestion{QuestionKind::kGet, FirstOf(SysName())};
         case Step::kInterfaceOfAddress: {
             CObjectId id = IpAdEntIfIndex();
             for (int shift = 24; shift >= 0; shift -= 8) {
@@ -116,22 +116,27 @@ void CDeviceQuery::Take(const CAnswer& answer) {
     switch (m_step) {
         case Step::kDescription:
             m_identity.id = TextOf(answer);
+            m_identity.name = m_identity.id;
             m_step = Step::kInterfaceOfAddress;
-            break;
-        case Step::kName:
-            m_identity.name = TextOf(answer);
-            m_step = Step::kPrinterRow;
             break;
         case Step::kPrinterRow: {
             const auto row = answer.id.Behind(HrPrinterStatus());
             const bool isPrinter = answer.found && row.size() == 1;
             m_row = isPrinter ? row[0] : 0;
-            m_step = isPrinter ? Step::kPrinterDescription : Step::kDone;
+            m_step = isPrinter ? Step::kPrinterDescription : Step::kName;
             break;
         }
         case Step::kPrinterDescription:
+            m_step = Step::kName;
             if (std::string text = TextOf(answer); !text.empty()) {
+                m_identity.name = text;
                 m_identity.id = std::move(text);
+                m_step = Step::kDone;
+            }
+            break;
+        case Step::kName:
+            if (std::string text = TextOf(answer); !text.empty()) {
+                m_identity.name = std::move(text);
             }
             m_step = Step::kDone;
             break;

@@ -19,12 +19,15 @@ using Ipv4 = std::uint32_t;
 struct CDeviceIdentity {
     Ipv4 address = 0;
     std::string id;    // hrDeviceDescr of the printer (RFC 2790), else sysDescr (RFC 3418)
-    std::string name;  // sysName
+    std::string name;  // hrDeviceDescr of the printer, else sysName (RFC 3418), else sysDescr
     std::string mac;   // 12 upper-case hexadecimal digits
 };
 
 // The questions by which a device is got to know, one after the other: each depends on the answers
 // so far. Plain computation; who asks them, and how long, is the caller's.
+//
+// The name is that of the model, since ports are named after it; sysName is what an administrator
+// calls the one device, so it is asked of those only that have no description as a printer.
 //
 // The MAC address is that of the interface with the device's address (ipAdEntIfIndex, then
 // ifPhysAddress), else the first in the interface table; an address counts when it has six octets
@@ -53,9 +56,9 @@ class CDeviceQuery {
         kInterfaceOfAddress,
         kPhysicalAddress,
         kPhysicalAddresses,
-        kName,
         kPrinterRow,
         kPrinterDescription,
+        kName,
         kDone
     };
 

@@ -157,9 +157,9 @@ void AgentResponder::SetNumber(const CObjectId& id, std::int32_t number) {
 void AgentResponder::BePrinter(const std::string& name, const std::string& mac) {
     const Bytes octets = Hex(mac);
     SetText({1, 3, 6, 1, 2, 1, 1, 1, 0}, "firmware");
-    SetText({1, 3, 6, 1, 2, 1, 1, 5, 0}, name);
+    SetText({1, 3, 6, 1, 2, 1, 1, 5, 0}, "host");
     SetText({1, 3, 6, 1, 2, 1, 2, 2, 1, 6, 1}, std::string(octets.begin(), octets.end()));
-    SetText({1, 3, 6, 1, 2, 1, 25, 3, 2, 1, 3, 1}, "Kestrel 500");
+    SetText({1, 3, 6, 1, 2, 1, 25, 3, 2, 1, 3, 1}, name);
     SetNumber({1, 3, 6, 1, 2, 1, 25, 3, 5, 1, 1, 1}, 4);
     SetText({1, 3, 6, 1, 2, 1, 25, 3, 5, 1, 2, 1}, "\x40");
 }

@@ -49,7 +49,8 @@ class AgentResponder {
     void Set(const snmp::CObjectId& id, const snmp::Bytes& value);
     void SetText(const snmp::CObjectId& id, const std::string& text);
     void SetNumber(const snmp::CObjectId& id, std::int32_t number);
-    // The variables of a printer with that name and MAC address.
+    // The variables of a printer with that MAC address and that description; the computer in it is
+    // called "host" and says "firmware".
     void BePrinter(const std::string& name, const std::string& mac);
     void SetTwist(Twist twist);
     // Says nothing to the other version.

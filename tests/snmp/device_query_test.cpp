@@ -68,18 +68,42 @@ TEST(DeviceQueryTest, APrinterSaysWhatItIs) {
                  {kPhysAddress.Child(2), kMac}}};
     const auto identity = agent.Ask();
     EXPECT_EQ(identity.id, "Kestrel 500");
-    EXPECT_EQ(identity.name, "office");
+    EXPECT_EQ(identity.name, "Kestrel 500");
     EXPECT_EQ(identity.mac, "0026AB123456");
     EXPECT_EQ(snmp::CapabilityDocument(identity),
               "<?xml version=\"1.0\" encoding=\"utf-8\"?><DeviceCapability><Identity>"
-              "<Device_ID>Kestrel 500</Device_ID><Device_Name>office</Device_Name></Identity>"
+              "<Device_ID>Kestrel 500</Device_ID><Device_Name>Kestrel 500</Device_Name></Identity>"
               "<Network><MAC_Address>0026AB123456</MAC_Address>"
               "<IPV4_Address>127.0.5.7</IPV4_Address></Network></DeviceCapability>");
 }
 
 TEST(DeviceQueryTest, WithoutAPrinterTheSystemsDescriptionIsTheId) {
     Agent agent{{{kSysDescr, Text("a router")}, {kDeviceDescr.Child(1), Text("a processor")}}};
-    EXPECT_EQ(agent.Ask().id, "a router");
+    const auto identity = agent.Ask();
+    EXPECT_EQ(identity.id, "a router");
+    EXPECT_EQ(identity.name, "a router");
+}
+
+TEST(DeviceQueryTest, WithoutAPrinterTheSystemsNameIsTheName) {
+    Agent agent{{{kSysDescr, Text("a router")}, {kSysName, Text("office")}}};
+    const auto identity = agent.Ask();
+    EXPECT_EQ(identity.id, "a router");
+    EXPECT_EQ(identity.name, "office");
+}
+
+TEST(DeviceQueryTest, APrinterWithoutDescriptionHasTheSystemsNameAndDescription) {
+    for (const char* description : {"", "Kestrel 500"}) {
+        Agent agent{{{kSysDescr, Text("firmware 1")},
+                     {kSysName, Text("office")},
+                     {kPrinterStatus, Number(3)},
+                     {kDeviceDescr.Child(3), Text(description)},
+                     {kPhysAddress.Child(1), kMac}}};
+        const bool hasOne = *description != '\0';
+        const auto identity = agent.Ask();
+        EXPECT_EQ(identity.name, hasOne ? "Kestrel 500" : "office");
+        EXPECT_EQ(identity.id, hasOne ? "Kestrel 500" : "firmware 1");
+        EXPECT_EQ(agent.questions, hasOne ? 5 : 6) << "the system's name is asked in need only";
+    }
 }
 
 TEST(DeviceQueryTest, TheFirstCardsAddressIsTakenWhenTheInterfaceIsNotTold) {

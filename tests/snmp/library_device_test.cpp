@@ -19,7 +19,7 @@ TEST_F(LibraryDeviceTest, ThePrinterIsWhatItSays) {
     agent.BePrinter("<office> & \xE4", "0026AB123456");
     void* const stream = BeginStream(agent);
     const std::string document = Capability(stream, Open(stream, agent.address()));
-    EXPECT_EQ(ElementText(document, "Device_ID"), "Kestrel 500");
+    EXPECT_EQ(ElementText(document, "Device_ID"), "&lt;office&gt; &amp; ?");
     EXPECT_EQ(ElementText(document, "Device_Name"), "&lt;office&gt; &amp; ?");
     EXPECT_EQ(ElementText(document, "MAC_Address"), "0026AB123456");
     EXPECT_EQ(ElementText(document, "IPV4_Address"), agent.address());

@@ -71,7 +71,7 @@ TEST_F(LibraryHostileTest, AnAnswerThatComesTwiceCountsOnce) {
     EXPECT_EQ(AskState(), kFour);
     const DeviceHandle device = Open(stream_, agent_->address());
     const std::string document = Capability(stream_, device);
-    EXPECT_EQ(ElementText(document, "Device_ID"), "Kestrel 500");
+    EXPECT_EQ(ElementText(document, "Device_ID"), "office");
     EXPECT_EQ(ElementText(document, "Device_Name"), "office");
     EXPECT_EQ(ElementText(document, "MAC_Address"), "0026AB123456");
 }
@@ -90,7 +90,7 @@ TEST_F(LibraryHostileTest, AnswersInAnotherOrderDoNotMixUp) {
     });
     const std::string document = Capability(stream_, Open(stream_, agent_->address()));
     agent_->SetTwist(nullptr);
-    EXPECT_EQ(ElementText(document, "Device_ID"), "Kestrel 500");
+    EXPECT_EQ(ElementText(document, "Device_ID"), "office");
     EXPECT_EQ(ElementText(document, "Device_Name"), "office");
     EXPECT_EQ(ElementText(document, "MAC_Address"), "0026AB123456");
 }
@@ -262,11 +262,12 @@ TEST_F(LibraryHostileTest, SeededRubbishIsSurvived) {
 
 TEST_F(LibraryHostileTest, ADeviceThatFallsSilentSaysWhatItHasSaid) {
     agent_->SetTwist([](const AgentRequest& request, const Bytes& answer) {
-        const bool isName = request.question.id.BeginsWith({1, 3, 6, 1, 2, 1, 1, 5});
-        return isName ? AgentResponder::Datagrams{} : AgentResponder::Datagrams{answer};
+        const bool isPrinter = request.question.id.BeginsWith({1, 3, 6, 1, 2, 1, 25});
+        return isPrinter ? AgentResponder::Datagrams{} : AgentResponder::Datagrams{answer};
     });
     const std::string document = Capability(stream_, Open(stream_, agent_->address(), 400, 1, 100));
     EXPECT_EQ(ElementText(document, "Device_ID"), "firmware");
+    EXPECT_EQ(ElementText(document, "Device_Name"), "firmware");
     EXPECT_EQ(ElementText(document, "MAC_Address"), "0026AB123456");
 }
 

@@ -36,7 +36,7 @@ fail() {
 }
 
 # 127/8 is all loopback: a network that no other run of this one has.
-readonly network=127.92.$(($$ % 250 + 1)) mac=0026AB123456
+readonly network=127.92.$(($$ % 250 + 1)) mac=0026AB123456 model='Kestrel 500'
 
 # start_agent ADDRESS STATE ERRORS: a printer there with hrPrinterStatus and
 # hrPrinterDetectedErrorState.
@@ -48,6 +48,7 @@ rocommunity public
 agentaddress udp:$1:$port
 override 1.3.6.1.2.1.1.5.0 octet_str "office"
 override 1.3.6.1.2.1.2.2.1.6.1 octet_str 0x$mac
+override 1.3.6.1.2.1.25.3.2.1.3.1 octet_str "$model"
 override 1.3.6.1.2.1.25.3.5.1.1.1 integer $2
 override 1.3.6.1.2.1.25.3.5.1.2.1 octet_str $3
 CONFIGURATION
@@ -87,6 +88,9 @@ done <<'ROWS'
 5 0x08 0x410000
 3 0x02 0x80
 ROWS
+
+run SnmpdTest.APortThatIsAddedSilentlyIsNamedAfterTheModel KSPMON_SNMPD_ADDRESS="$network.7" \
+    KSPMON_SNMPD_MODEL="$model" KSPMON_SNMPD_MAC="$mac"
 
 # The printer gets another address.
 start_agent "$network.213" 3 0x00

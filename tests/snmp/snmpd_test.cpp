@@ -84,5 +84,23 @@ TEST_F(SnmpdTest, ThePrinterIsFollowedByItsMacAddress) {
                                    L" --> " + address_)));
 }
 
+// The port is called after the model, whatever the one printer is called.
+TEST_F(SnmpdTest, APortThatIsAddedSilentlyIsNamedAfterTheModel) {
+    ASSERT_TRUE(Start());
+    HANDLE xcv = nullptr;
+    ASSERT_TRUE(table().pfnXcvOpenPort(monitor(), L"", SERVER_ACCESS_ADMINISTER, &xcv));
+    std::string text = "PR=RAW:AR=" + std::string(address_.begin(), address_.end());
+    DWORD needed = 0;
+    EXPECT_EQ(table().pfnXcvDataPort(xcv, L"SilentAddPort", reinterpret_cast<BYTE*>(text.data()),
+                                     static_cast<DWORD>(text.size() + 1), nullptr, 0, &needed),
+              DWORD{ERROR_SUCCESS})
+        << ReadLog().Describe();
+    table().pfnXcvClosePort(xcv);
+    EXPECT_EQ(store().GetText(root(), PortPath(address_ + L":" + Variable(L"KSPMON_SNMPD_MODEL")),
+                              L"MacAddress"),
+              Variable(L"KSPMON_SNMPD_MAC"))
+        << ReadLog().Describe();
+}
+
 }  // namespace
 }  // namespace ksp::test

@@ -49,9 +49,40 @@ expect_line() {
     grep -Exq -- "$1" <<<"$output" || { fail "$case_name: no line is: $1"; printf '%s\n' "$output"; }
 }
 
+expect_no_line() {
+    ! grep -Exq -- "$1" <<<"$output" || { fail "$case_name: a line is: $1"; printf '%s\n' "$output"; }
+}
+
 # The output is JSON to a reader that is not ours.
 expect_json() {
     python3 -m json.tool <<<"$output" >/dev/null || { fail "$case_name: no JSON:"; printf '%s\n' "$output"; }
+}
+
+# start_receiver PROTOCOL [snmp]: a printer at $address that gets the page.
+start_receiver() {
+    local attempt protocol=$1
+    shift
+    "$wine_run" "$build/tests/receiver.exe" "$address" "$protocol" \
+        "$(stat -c %s "$work/page.ps")" "$(windows_path "$work/received")" "$@" \
+        >"$work/receiver.log" 2>&1 &
+    receiver=$!
+    for ((attempt = 0; attempt < 200; ++attempt)); do
+        ! grep -qs ready "$work/receiver.log" || break
+        sleep 0.1
+    done
+}
+
+expect_arrival() {
+    wait "$receiver" || fail "$case_name: not everything arrived"
+    receiver=
+    cmp "$work/page.ps" "$work/received" || fail "$case_name: something else arrived"
+    rm -f -- "$work/received"
+}
+
+# The daemon got a command, which is its number and the rest of it.
+expect_command() {
+    tr -d '\r' <"$work/receiver.log" | grep -Exq -- "$1" ||
+        { fail "$case_name: the daemon got no command $1:"; cat "$work/receiver.log"; }
 }
 
 expect_output() {
@@ -123,18 +154,14 @@ readonly log=$KSPMON_WINEPREFIX/drive_c/kspmon/log.txt
 grep -q 'INFO     port added successfully' "$log" || fail "no line in the log tells of the port"
 
 # To a printer, and through it.
-address=127.92.$(($$ / 250 % 250)).$(($$ % 250 + 1))
+readonly network=127.93.$(($$ / 250 % 250)) mac=0026AB123456
+readonly address=$network.$(($$ % 250 + 1)) elsewhere=$network.$((($$ + 1) % 250 + 1))
 printf '%%!PS\nshowpage\n' >"$work/page.ps"
+page=$(windows_path "$work/page.ps")
 run "set the printer" 0 set Office "PrinterAddress=$address"
 run "test without a printer" 7 test Office
 expect_line 'failed +connection .*'
-"$wine_run" "$build/tests/receiver.exe" "$address" 9100 "$(stat -c %s "$work/page.ps")" \
-    "$(windows_path "$work/received")" >"$work/receiver.log" 2>&1 &
-receiver=$!
-for ((attempt = 0; attempt < 200; ++attempt)); do
-    ! grep -qs ready "$work/receiver.log" || break
-    sleep 0.1
-done
+start_receiver raw
 run "test" 0 test Office
 expect_line 'passed +connection .*'
 expect_line 'attention +identity .*'
@@ -146,14 +173,58 @@ expect_json
 # without being told.
 "$wine_run" reg add 'HKCU\Software\Wine\AppDefaults\kspprint.exe\DllOverrides' /v winspool.drv \
     /d native /f >/dev/null 2>&1
-run "print" 0 print Office "$(windows_path "$work/page.ps")"
+# A network that is there, and is not to be searched.
+"$wine_run" reg add 'HKLM\SOFTWARE\Kestrel\Kestrel Print\subnet' /v subnet0 /d \
+    "$network.0;255.255.255.0" /f >/dev/null 2>&1
+run "print" 0 print Office "$page"
 expect_line 'OK: the printer took 14 bytes\.'
 expect_line 'printed ".*page\.ps" through the port "Office"'
-wait "$receiver" || fail "print: not everything arrived"
-receiver=
-cmp "$work/page.ps" "$work/received" || fail "print: something else arrived"
-run "print to nobody" 7 print --patience 1 Office "$(windows_path "$work/page.ps")"
+expect_line '  setting +WaitServerReplyTimeout = 2'
+expect_line '  setting +MaxFileSize = its default'
+expect_no_line '  searched .*'
+expect_arrival
+run "print to nobody" 7 print --patience 1 --setting WaitServerReplyTimeout=1 Office "$page"
 expect_line 'FAILED: .*'
+expect_line '  setting +WaitServerReplyTimeout = 1'
+
+# The queue is the port's own. What XLPR announces is a setting, of this computer or of this time.
+run "set LPR" 0 set Office ProtocolID=lpr QueueName=auto
+start_receiver lpr
+run "print over LPR" 0 print Office "$page"
+expect_line 'OK: the printer took 14 bytes\.'
+expect_arrival
+expect_command '2 auto'
+expect_command '3 14 dfA.*'
+run "set XLPR" 0 set Office ProtocolID=xlpr QueueName=stream
+run "another announcement" 0 settings MaxFileSize=123
+start_receiver lpr
+run "print over XLPR" 0 print Office "$page"
+expect_line 'OK: the printer took 14 bytes\.'
+expect_arrival
+expect_command '2 stream'
+expect_command '3 123000 dfA.*'
+start_receiver lpr
+run "print with a setting" 0 print Office "$page" --setting MaxFileSize=77
+expect_arrival
+expect_command '3 77000 dfA.*'
+
+# A printer that moved is looked for in this computer's networks, or in others for this time.
+run "add a tracked port" 0 add Tracked --address "$elsewhere" --type tracked --ip "$elsewhere" \
+    --mac "$mac"
+start_receiver raw snmp
+run "networks that are searched" 0 settings SubnetSegment=1
+run "print to where nobody looks" 7 print --patience 1 Tracked "$page" \
+    --subnet '127.254.0.0;255.255.255.0'
+expect_line '  searched +127\.254\.0\.0;255\.255\.255\.0'
+run "print to where it moved" 0 print Tracked "$page" --setting WaitPrinterValueTimeout=5
+expect_line "  searched +${network//./\\.}\.0;255\.255\.255\.0"
+expect_arrival
+run "nothing is searched" 0 settings SubnetSegment=0
+start_receiver raw snmp
+run "print to where it moved, by an option" 0 print Tracked "$page" \
+    --subnet "$network.0;255.255.255.0" --setting WaitPrinterValueTimeout=5
+expect_arrival
+run "delete the tracked port" 0 delete Tracked
 
 run "uninstall with ports" 6 uninstall
 for port in Office "$name" Silent; do

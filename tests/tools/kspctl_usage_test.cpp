@@ -45,6 +45,31 @@ TEST_F(KspctlUsageTest, WrongArgumentsAreRefusedWithAHint) {
     }
 }
 
+TEST_F(KspctlUsageTest, PrintRefusesWhatItCannotUseBeforeItLooksForThePort) {
+    ASSERT_TRUE(StartSpooler());
+    const std::wstring file = MonitorLibraryPath();
+    for (const auto& [option, value] : std::vector<std::pair<std::wstring, std::wstring>>{
+             {L"--patience", L"0"},
+             {L"--patience", L"3601"},
+             {L"--setting", L"LogLevel=1"},
+             {L"--setting", L"WaitServerReplyTimeout"},
+             {L"--setting", L"WaitServerReplyTimeout=0"},
+             {L"--setting", L"WaitStatusReplyTimeout=3601"},
+             {L"--setting", L"MaxFileSize=2147483648"},
+             {L"--subnet", L"10.1.0.0"},
+             {L"--subnet", L"10.1.0.0;255.255.0"}}) {
+        const KspctlRun run = Kspctl({L"print", L"Nowhere", file, option, value});
+        EXPECT_EQ(run.code, ExitCode::kWrongUsage) << ::testing::PrintToString(value);
+        EXPECT_THAT(run.lines, IsEmpty());
+    }
+    EXPECT_THAT(OpenedObjects(), IsEmpty());
+    EXPECT_EQ(Kspctl({L"print", L"Nowhere", file, L"--patience", L"3600", L"--setting",
+                      L"MaxFileSize=2147483647", L"--subnet", L"10.1.0.0;255.255.0.0", L"--setting",
+                      L"WaitServerReplyTimeout=3600", L"--setting", L"WaitServerReplyTimeout=1"})
+                  .code,
+              ExitCode::kNotFound);
+}
+
 TEST_F(KspctlUsageTest, HelpNamesEveryCommandAndEachHasHelpWithAnExample) {
     const KspctlRun help = Kspctl({L"help"});
     EXPECT_EQ(help.code, ExitCode::kDone);
@@ -63,8 +88,10 @@ TEST_F(KspctlUsageTest, HelpNamesWhatCanBeSet) {
                 ::testing::Contains(::testing::StartsWith(L"  QueueName ")));
     EXPECT_THAT(Kspctl({L"help", L"set"}).lines,
                 ::testing::Not(::testing::Contains(::testing::StartsWith(L"  ProxyServer "))));
-    EXPECT_THAT(Kspctl({L"help", L"settings"}).lines,
-                ::testing::Contains(::testing::StartsWith(L"  WaitServerReplyTimeout ")));
+    for (const wchar_t* command : {L"settings", L"print"}) {
+        EXPECT_THAT(Kspctl({L"help", command}).lines,
+                    ::testing::Contains(::testing::StartsWith(L"  WaitServerReplyTimeout ")));
+    }
 }
 
 TEST_F(KspctlUsageTest, WithoutTheMonitorItSaysHowToInstallIt) {

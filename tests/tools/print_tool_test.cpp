@@ -1,12 +1,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tools/print/console.h"
 #include "tools/print/fold.h"
 #include "tools/print/monitor_log.h"
+#include "tools/print/monitor_setup.h"
 #include "tools/print/options.h"
 #include "tools/print/printer_address.h"
 #include "tools/print/printer_move.h"
@@ -172,6 +175,70 @@ TEST(OptionsTest, RefusesWhatItCannotUse) {
     EXPECT_EQ(Problem({L"--patience", L"3600"}), L"");
     EXPECT_EQ(Problem({L"--printer", L"127.0.0.1", L"--move"}),
               L"--move moves the printer that the program plays and goes without --printer");
+}
+
+TEST(OptionsTest, TakesSettingsAndNetworks) {
+    Options options;
+    const std::vector<std::wstring> arguments = {
+        L"--setting", L"MaxFileSize=4294967295", L"--setting", L"WaitServerReplyTimeout=0",
+        L"--subnet",  L"10.1.0.0;255.255.0.0",   L"--setting", L"MaxFileSize=7",
+        L"--subnet",  L"10.2.0.0;255.255.255.0"};
+    EXPECT_EQ(ParseOptions(arguments, &options), L"");
+    EXPECT_THAT(options.settings.numbers, ElementsAre(std::pair(L"MaxFileSize", 7u),
+                                                      std::pair(L"WaitServerReplyTimeout", 0u)));
+    EXPECT_THAT(options.settings.networks,
+                ElementsAre(L"10.1.0.0;255.255.0.0", L"10.2.0.0;255.255.255.0"));
+}
+
+TEST(OptionsTest, RefusesSettingsAndNetworksThatAreNone) {
+    EXPECT_THAT(Problem({L"--setting", L"LogLevel=1"}),
+                ::testing::StartsWith(L"\"LogLevel\" is no setting of a job; known: Wait"));
+    for (const wchar_t* value : {L"", L"=", L"=-1", L"=1s", L"=4294967296", L"=99999999999"}) {
+        EXPECT_THAT(Problem({L"--setting", std::wstring(L"MaxFileSize") + value}),
+                    ::testing::StartsWith(L"MaxFileSize is a number"))
+            << ::testing::PrintToString(value);
+    }
+    for (const wchar_t* network : {L"", L";", L"10.1.0.0", L"10.1.0.0;", L"10.1.0.0;16",
+                                   L"10.1.0.0;255.255.0.0;", L"host;255.255.0.0"}) {
+        EXPECT_THAT(Problem({L"--subnet", network}), ::testing::HasSubstr(L"is no network"))
+            << ::testing::PrintToString(network);
+    }
+}
+
+// What the monitor finds in its registry.
+class MonitorSetupTest : public ::testing::Test {
+  protected:
+    std::optional<DWORD> Number(const std::wstring& name) {
+        return registry_.GetDword(HKEY_LOCAL_MACHINE, kSoftware, name);
+    }
+    std::optional<std::wstring> Network(const std::wstring& name) {
+        return registry_.GetText(HKEY_LOCAL_MACHINE, kSoftware + std::wstring(L"\\subnet"), name);
+    }
+
+    static constexpr wchar_t kSoftware[] = L"SOFTWARE\\Kestrel\\Kestrel Print";
+    host::MemoryRegistry registry_;
+};
+
+TEST_F(MonitorSetupTest, HasShortTimeOutsAndNoNetworksUnlessTheSettingsSay) {
+    Configure({}, &registry_);
+    EXPECT_EQ(Number(L"WaitServerReplyTimeout"), 5u);
+    EXPECT_EQ(Number(L"WaitStatusReplyTimeout"), 5u);
+    EXPECT_EQ(Number(L"WaitPrinterValueTimeout"), 5u);
+    EXPECT_EQ(Number(L"MaxFileSize"), std::nullopt);
+    EXPECT_EQ(Number(L"SubnetSegment"), 0u);
+}
+
+TEST_F(MonitorSetupTest, HasTheSettings) {
+    MonitorSetup setup;
+    setup.settings.numbers = {{L"WaitServerReplyTimeout", 60}, {L"MaxFileSize", 0}};
+    setup.settings.networks = {L"10.1.0.0;255.255.0.0", L"10.2.0.0;255.255.0.0"};
+    Configure(setup, &registry_);
+    EXPECT_EQ(Number(L"WaitServerReplyTimeout"), 60u);
+    EXPECT_EQ(Number(L"WaitStatusReplyTimeout"), 5u);
+    EXPECT_EQ(Number(L"MaxFileSize"), 0u);
+    EXPECT_EQ(Number(L"SubnetSegment"), 1u);
+    EXPECT_EQ(Network(L"subnet0"), L"10.1.0.0;255.255.0.0");
+    EXPECT_EQ(Network(L"subnet1"), L"10.2.0.0;255.255.0.0");
 }
 
 TEST(PrinterAddressTest, TellsAddressesFromNames) {

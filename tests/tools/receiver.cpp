@@ -1,32 +1,88 @@
-// A printer for scripts: receiver ADDRESS PORT BYTES FILE
+// A printer for scripts: receiver ADDRESS PROTOCOL BYTES FILE [snmp]
 //
-// Listens there, says "ready", and waits for so many bytes, over however many connections and for
-// at most a minute. Then writes what came to the file. Exit code: 0 when all came, 1 when not, 2
-// when it cannot listen there.
+// Listens there for "raw" printing or as an "lpr" daemon, says "ready", and waits two minutes at
+// most: raw for so many bytes, over however many connections; the daemon for the end of one. Then
+// writes what came of the document to the file, and each command that the daemon got on a line.
+// With "snmp" it tells who asks that its MAC address is 0026AB123456. Exit code: 0 when so many
+// bytes came, 1 when not, 2 when it cannot listen there.
 
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <string>
 
+#include "tests/lpr/lpd_printer.h"
 #include "tests/standins/loopback_printer.h"
+#include "tools/snmp_agent/printer_rows.h"
+#include "tools/snmp_agent/snmp_agent.h"
+
+namespace {
+
+constexpr int kPatience = 120000;  // milliseconds
+constexpr int kReceived = 0;
+constexpr int kIncomplete = 1;
+constexpr int kUnusable = 2;
+
+void SayReady() {
+    std::puts("ready");
+    std::fflush(stdout);
+}
+
+int Write(const std::string& document, std::size_t expected, const char* path) {
+    std::ofstream file(path, std::ios::binary);
+    file << document;
+    return document.size() == expected && file.flush() ? kReceived : kIncomplete;
+}
+
+int ReceiveRaw(const std::string& address, std::size_t expected, const char* path) {
+    ksp::standins::LoopbackPrinter printer({}, {address, ksp::standins::LoopbackPrinter::kRawPort});
+    if (!printer.ready()) {
+        return kUnusable;
+    }
+    SayReady();
+    static_cast<void>(printer.WaitForBytes(expected, kPatience));
+    const auto bytes = printer.received();
+    return Write({bytes.begin(), bytes.end()}, expected, path);
+}
+
+int ReceiveLpr(const std::string& address, std::size_t expected, const char* path) {
+    ksp::standins::LpdPrinter printer({}, {address, ksp::standins::LpdPrinter::kPort});
+    if (!printer.ready()) {
+        return kUnusable;
+    }
+    SayReady();
+    static_cast<void>(printer.WaitForEndings(1));
+    const auto connections = printer.connections();
+    if (connections.empty()) {
+        return kIncomplete;
+    }
+    for (const std::string& command : connections.front().commands) {
+        std::printf("%d %s\n", command.front(), command.substr(1).c_str());
+    }
+    if (!connections.front().violation.empty()) {
+        std::printf("against the protocol: %s\n", connections.front().violation.c_str());
+        return kIncomplete;
+    }
+    return Write(connections.front().data, expected, path);
+}
+
+}  // namespace
 
 int main(int count, char** arguments) {
     constexpr int kArguments = 5;
-    constexpr int kPatience = 60000;  // milliseconds
-    if (count != kArguments) {
-        return 2;
+    if (count < kArguments) {
+        return kUnusable;
     }
-    ksp::standins::LoopbackPrinter printer(
-        {}, {arguments[1], static_cast<std::uint16_t>(std::stoul(arguments[2]))});
-    if (!printer.ready()) {
-        return 2;
+    const std::string address = arguments[1];
+    std::unique_ptr<ksp::agent::SnmpAgent> agent;
+    if (count > kArguments) {
+        agent = std::make_unique<ksp::agent::SnmpAgent>(
+            ksp::agent::SnmpAgentSettings{.address = address},
+            ksp::agent::PrinterRows({.address = address}));
+        if (!agent->ready()) {
+            return kUnusable;
+        }
     }
-    std::puts("ready");
-    std::fflush(stdout);
-    const bool all = printer.WaitForBytes(std::stoul(arguments[3]), kPatience);
-    const auto bytes = printer.received();
-    std::ofstream file(arguments[4], std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-    return all && file.flush() ? 0 : 1;
+    const bool is_lpr = arguments[2] == std::string("lpr");
+    return (is_lpr ? ReceiveLpr : ReceiveRaw)(address, std::stoul(arguments[3]), arguments[4]);
 }

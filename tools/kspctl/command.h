@@ -21,17 +21,23 @@ struct Option {
 
 // What the command line says, taken apart.
 struct Request {
-    std::vector<std::wstring> arguments;           // behind the command, without options
-    std::map<std::wstring, std::wstring> options;  // the command's own
-    std::wstring server;                           // empty: this computer
-    std::wstring monitor;                          // a name given with --monitor, or empty
+    std::vector<std::wstring> arguments;  // behind the command, without options
+    // The command's own, each with its values in their order; a switch has an empty one.
+    std::map<std::wstring, std::vector<std::wstring>> options;
+    std::wstring server;   // empty: this computer
+    std::wstring monitor;  // a name given with --monitor, or empty
     bool id_print = false;
     bool json = false;
 
     [[nodiscard]] bool Has(const std::wstring& option) const { return options.contains(option); }
+    // The last one that was given.
     [[nodiscard]] std::optional<std::wstring> Value(const std::wstring& option) const {
         const auto found = options.find(option);
-        return found == options.end() ? std::nullopt : std::optional(found->second);
+        return found == options.end() ? std::nullopt : std::optional(found->second.back());
+    }
+    [[nodiscard]] std::vector<std::wstring> Values(const std::wstring& option) const {
+        const auto found = options.find(option);
+        return found == options.end() ? std::vector<std::wstring>() : found->second;
     }
 };
 

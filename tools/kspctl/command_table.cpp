@@ -33,8 +33,11 @@ constexpr Option kAddOptions[] = {
     {L"--replace", L"", L"configures a port of this monitor that exists already"},
 };
 constexpr Option kPrintOptions[] = {
-    {L"--patience", L"SECONDS", 
+    {L"--patience", L"SECONDS",
      L"gives up when the printer takes nothing for so long, 1 to 3600 (default: 20)"},
+    {L"--setting", L"NAME=NUMBER", L"a value in place of this computer's"},
+    {L"--subnet", L"NETWORK;MASK",
+     L"searched for a printer that moved, in place of this computer's networks"},
 };
 
 constexpr Command kCommands[] = {
@@ -86,7 +89,7 @@ constexpr Command kCommands[] = {
      ShowOrWriteSettings,
      SettingNames},
     {L"print", L"PORT FILE", L"prints a file through the port, without the spooler", 2, 2, false,
-     kPrintOptions, kPrintHelp, Print},
+     kPrintOptions, kPrintHelp, Print, PrintSettingNames},
     {L"test",
      L"PORT",
      L"tells what is wrong with a port; prints nothing",

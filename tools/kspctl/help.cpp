@@ -3,6 +3,7 @@
 #include "tools/kspctl/port_fields.h"
 #include "tools/kspctl/settings_table.h"
 #include "tools/print/console.h"
+#include "tools/print/job_settings.h"
 
 namespace ksp::ctl {
 namespace {
@@ -80,6 +81,14 @@ std::wstring SettingNames() {
     std::wstring text;
     for (const Setting& setting : Settings()) {
         text += OptionLine({setting.name, L"", setting.meaning});
+    }
+    return text;
+}
+
+std::wstring PrintSettingNames() {
+    std::wstring text;
+    for (const std::wstring_view name : print::JobSettingNames()) {
+        text += OptionLine({name, L"", FindSetting(name)->meaning});
     }
     return text;
 }

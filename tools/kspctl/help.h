@@ -11,8 +11,9 @@ std::wstring ProgramHelp();
 // What `kspctl help COMMAND` shows.
 std::wstring CommandHelp(const Command& command);
 
-// The values of a port's record and the settings, a line each.
+// The values of a port's record, the settings, and those of them that `print` takes, a line each.
 std::wstring FieldNames();
 std::wstring SettingNames();
+std::wstring PrintSettingNames();
 
 }  // namespace ksp::ctl

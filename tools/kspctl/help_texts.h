@@ -90,8 +90,12 @@ inline constexpr std::wstring_view kPrintHelp =
     L"Reads the port's record and prints the file through the monitor's library in a process of\n"
     L"its own, which plays the spooler: a look at what the monitor does with a job, with its log.\n"
     L"The file must be one that the printer understands, PostScript for example.\n"
+    L"It prints with this computer's settings: the discovery library, the networks that are searched\n"
+    L"and those below. --setting and --subnet, each as often as needed, go before them this once.\n"
     L"\n"
-    L"  kspctl print Office page.ps\n";
+    L"  kspctl print Office page.ps\n"
+    L"  kspctl print Office page.ps --setting WaitServerReplyTimeout=60\n"
+    L"  kspctl print Desk page.ps --subnet 10.1.0.0;255.255.0.0 --subnet 10.2.0.0;255.255.0.0\n";
 
 inline constexpr std::wstring_view kTestHelp =
     L"Step by step: the record, the address, the connection, who answers and how it is, for LPR "

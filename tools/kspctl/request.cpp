@@ -78,7 +78,7 @@ class RequestParser {
     Problem TakeOption(const std::wstring& name) {
         const Option* const own = FindOption(command_.options, name);
         if (own != nullptr && own->value.empty()) {
-            request_->options[name] = L"";
+            request_->options[name].emplace_back();
             return std::nullopt;
         }
         if (own == nullptr && name != L"--server" && name != L"--monitor") {
@@ -89,7 +89,7 @@ class RequestParser {
         }
         const std::wstring& value = arguments_[position_];
         if (own != nullptr) {
-            request_->options[name] = value;
+            request_->options[name].push_back(value);
             return std::nullopt;
         }
         return name == L"--server" ? TakeServer(value, request_) : TakeMonitor(value, request_);

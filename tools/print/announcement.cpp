@@ -5,6 +5,16 @@
 namespace ksp::print {
 namespace {
 
+void AnnounceSettings(const JobSettings& settings) {
+    for (const auto& [name, number] : settings.numbers) {
+        PrintField(L"setting",
+                   name + L" = " + (number == 0 ? L"its default" : std::to_wstring(number)));
+    }
+    for (const std::wstring& network : settings.networks) {
+        PrintField(L"searched", network);
+    }
+}
+
 void AnnounceRealPrinter(const Parties& parties) {
     PrintField(L"printer", L"a real one; the job is given up when it takes nothing for " +
                                Counted(parties.options.patience, L"second"));
@@ -29,7 +39,7 @@ void AnnounceMove(const MonitorSetup& setup) {
     PrintField(L"", L"Its MAC address is " + setup.mac + L". It was at " + setup.printer_address +
                         L" when the");
     PrintField(L"", L"port was made, and nobody is there any more. The monitor waits some seconds");
-    PrintField(L"", L"for an answer, then asks the network " + setup.searched_network);
+    PrintField(L"", L"for an answer, then asks the network " + setup.settings.networks.back());
     PrintField(L"", L"who has that MAC address.");
 }
 
@@ -46,6 +56,7 @@ void Announce(const Parties& parties) {
                             setup.printer_address + L" port " +
                             std::to_wstring(setup.record ? setup.record->PortNumber
                                                          : protocol.port));
+    AnnounceSettings(parties.options.settings);
     if (parties.printer == nullptr) {
         AnnounceRealPrinter(parties);
         return;

@@ -28,13 +28,18 @@ void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     registry->SetText(machine, software, L"LPRDirectory", setup.log_directory);
     registry->SetDword(machine, software, L"LogLevel", kTraceLevel);
     registry->SetDword(machine, software, L"MaxLogSize", kLargestLog);
-    registry->SetDword(machine, software, L"WaitServerReplyTimeout", setup.reply_timeout);
-    registry->SetDword(machine, software, L"WaitStatusReplyTimeout", kSnmpTimeout);
-    registry->SetDword(machine, software, L"WaitPrinterValueTimeout", kSnmpTimeout);
-    if (!setup.searched_network.empty()) {
-        registry->SetDword(machine, software, L"SubnetSegment", 1);
-        registry->SetText(machine, software + std::wstring(L"\\subnet"), L"subnet0",
-                          setup.searched_network);
+    std::map<std::wstring, std::uint32_t> numbers = setup.settings.numbers;
+    numbers.try_emplace(L"WaitServerReplyTimeout", setup.reply_timeout);
+    numbers.try_emplace(L"WaitStatusReplyTimeout", kSnmpTimeout);
+    numbers.try_emplace(L"WaitPrinterValueTimeout", kSnmpTimeout);
+    for (const auto& [name, number] : numbers) {
+        registry->SetDword(machine, software, name, number);
+    }
+    const std::vector<std::wstring>& networks = setup.settings.networks;
+    registry->SetDword(machine, software, L"SubnetSegment", networks.empty() ? 0 : 1);
+    for (std::size_t index = 0; index < networks.size(); ++index) {
+        registry->SetText(machine, software + std::wstring(L"\\subnet"),
+                          L"subnet" + std::to_wstring(index), networks[index]);
     }
 }
 

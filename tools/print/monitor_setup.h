@@ -5,6 +5,7 @@
 
 #include "ports/port_info.h"
 #include "tools/host/memory_registry.h"
+#include "tools/print/job_settings.h"
 
 namespace ksp::print {
 
@@ -23,10 +24,11 @@ struct MonitorSetup {
     std::optional<CPortInfo> record;
 
     // Of a port whose printer is followed by its MAC address; it was at printer_address last.
-    std::wstring mac;               // 12 hexadecimal digits; empty: any other port
-    std::wstring searched_network;  // "network address;subnet mask"
+    std::wstring mac;  // 12 hexadecimal digits; empty: any other port
 
-    DWORD reply_timeout = 5;  // seconds; shorter than usual, for somebody who watches
+    JobSettings settings;
+    // Seconds, unless the settings say; shorter than usual, for somebody who watches.
+    DWORD reply_timeout = 5;
 };
 
 void Configure(const MonitorSetup& setup, host::MemoryRegistry* registry);

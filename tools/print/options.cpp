@@ -8,6 +8,7 @@ namespace ksp::print {
 namespace {
 
 constexpr size_t kPatienceDigits = 4;
+constexpr size_t kMeaningColumn = 22;  // of the usage
 
 std::wstring ProtocolNames() {
     std::wstring names;
@@ -15,6 +16,14 @@ std::wstring ProtocolNames() {
         names += (names.empty() ? L"" : L", ") + std::wstring(protocol.name);
     }
     return names;
+}
+
+std::wstring SettingLines() {
+    std::wstring lines;
+    for (const std::wstring_view name : JobSettingNames()) {
+        lines += std::wstring(kMeaningColumn, L' ') + std::wstring(name) + L"\n";
+    }
+    return lines;
 }
 
 std::wstring TakeProtocol(const std::wstring& value, Options* options) {
@@ -52,15 +61,27 @@ std::wstring TakeExeDirectory(const std::wstring& value, Options* options) {
     return L"";
 }
 
+std::wstring AddSetting(const std::wstring& value, Options* options) {
+    return TakeSetting(value, &options->settings);
+}
+
+std::wstring AddNetwork(const std::wstring& value, Options* options) {
+    return TakeNetwork(value, &options->settings);
+}
+
 struct ValueOption {
     std::wstring_view name;
     std::wstring (*take)(const std::wstring& value, Options* options);
 };
 
 constexpr ValueOption kValueOptions[] = {
-    {L"--protocol", TakeProtocol},          {L"--printer", TakePrinter},
-    {L"--patience", TakePatience},          {L"--record", TakeRecord},
+    {L"--protocol", TakeProtocol},
+    {L"--printer", TakePrinter},
+    {L"--patience", TakePatience},
+    {L"--record", TakeRecord},
     {L"--exe-directory", TakeExeDirectory},
+    {L"--setting", AddSetting},
+    {L"--subnet", AddNetwork},
 };
 
 std::wstring TakeFile(const std::wstring& name, Options* options) {
@@ -122,7 +143,7 @@ std::wstring ParseOptions(std::span<const std::wstring> arguments, Options* opti
 
 std::wstring Usage() {
     return L"kspprint [--protocol NAME] [--printer ADDRESS] [--patience SECONDS] [--id-print]\n"
-           L"         [--move] [FILE]\n"
+           L"         [--move] [--setting NAME=NUMBER]... [--subnet NETWORK;MASK]... [FILE]\n"
            L"\n"
            L"Prints a document through the print port monitor kspmon.dll and shows what happens.\n"
            L"Without FILE it prints a sample of its own: one page of PostScript.\n"
@@ -146,6 +167,13 @@ std::wstring Usage() {
            L"monitor.\n"
            L"  --exe-directory DIR the directory of the discovery library (default: this "
            L"program's)\n"
+           L"  --setting NAME=NUMBER\n"
+           L"                      a setting of the monitor, 0 for its default; without the\n"
+           L"                      option a time-out is a few seconds. NAME is one of\n" +
+           SettingLines() +
+           L"  --subnet NETWORK;MASK\n"
+           L"                      a network in which a printer that moved is searched too, for\n"
+           L"                      example 10.1.0.0;255.255.0.0\n"
            L"\n"
            L"The program plays the print spooler, with the kspmon.dll, the KSSTRMAPIe.dll (which\n"
            L"asks printers over SNMP) and the winspool.drv that lie in its own directory. The\n"

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ports/port_info.h"
+#include "tools/print/job_settings.h"
 #include "tools/print/protocol.h"
 
 namespace ksp::print {
@@ -19,6 +20,7 @@ struct Options {
     std::wstring record_file;       // a port's record, in the form that the monitor gives it out
     std::optional<CPortInfo> port;  // what the record says, once UseRecord has read it
     std::wstring exe_directory;     // of the discovery library; empty: beside this program
+    JobSettings settings;           // what is missing is this program's choice
     unsigned patience = 20;         // seconds without progress until the job is given up
     bool id_print = false;          // as the ID-print monitor
     bool move = false;              // the played printer has got another address

@@ -80,7 +80,8 @@ PrintResult PrintRun::Execute() {
     if (!Prepare()) {
         return PrintResult::kNotStarted;
     }
-    Announce({options_, setup_, program_directory_, document_, printer_.get(), confirmation_.get()});
+    Announce(
+        {options_, setup_, program_directory_, document_, printer_.get(), confirmation_.get()});
     if (!StartMonitor()) {
         return PrintResult::kNotStarted;
     }
@@ -105,6 +106,7 @@ bool PrintRun::Prepare() {
     setup_.exe_directory =
         options_.exe_directory.empty() ? program_directory_ : options_.exe_directory;
     setup_.record = options_.port;
+    setup_.settings = options_.settings;
     setup_.log_directory = log_directory_.path();
     setup_.port = options_.port ? options_.port->PortName : kPortName;
     setup_.protocol_id = options_.protocol->id;
@@ -162,7 +164,7 @@ bool PrintRun::PreparePrinter() {
         job_.move = MoveTo(printer_->address());
         setup_.printer_address = job_.move->from;
         setup_.mac = printer_->mac();
-        setup_.searched_network = NetworkAround(printer_->address());
+        setup_.settings.networks.push_back(NetworkAround(printer_->address()));
     }
     return true;
 }
