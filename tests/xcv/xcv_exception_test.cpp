@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "tests/host/patched_import.h"
 #include "tests/monitor/background.h"
 #include "tests/xcv/xcv_test.h"
 
@@ -53,6 +54,42 @@ TEST_F(XcvExceptionTest, AddingAPortSilentlyAnswersOne) {
 
 TEST_F(XcvExceptionTest, DeletingAPortAnswersOne) {
     ExpectCaught(WinspoolEnumPrinters, L"DeletePort", Terminated(L"PORT"));
+}
+
+HGLOBAL WINAPI NoMemory(UINT /*flags*/, SIZE_T /*size*/) {
+    return nullptr;
+}
+
+// Gives the memory back all the same.
+HGLOBAL(WINAPI* g_global_free)(HGLOBAL) = nullptr;
+HGLOBAL WINAPI BrokenFree(HGLOBAL memory) {
+    g_global_free(memory);
+    throw std::runtime_error("the heap is broken");
+}
+
+TEST_F(XcvExceptionTest, WithoutMemoryNoHandleIsGiven) {
+    const PatchedImport<decltype(&::GlobalAlloc)> patch("GlobalAlloc", NoMemory,
+                                                        library().module());
+    ASSERT_TRUE(patch.works());
+    NewLines();
+    HANDLE xcv = nullptr;
+    EXPECT_FALSE(table().pfnXcvOpenPort(monitor(), nullptr, SERVER_ACCESS_ADMINISTER, &xcv));
+    EXPECT_EQ(xcv, nullptr);
+    EXPECT_THAT(NewLines(), ElementsAre("TRACE called xcv open port",
+                                        "CRITICAL memory allocation failure"));
+}
+
+TEST_F(XcvExceptionTest, WhatIsThrownAtTheEndIsCaught) {
+    HANDLE xcv = nullptr;
+    ASSERT_TRUE(table().pfnXcvOpenPort(monitor(), nullptr, SERVER_ACCESS_ADMINISTER, &xcv));
+    NewLines();
+    const PatchedImport<decltype(&::GlobalFree)> patch("GlobalFree", BrokenFree,
+                                                       library().module());
+    ASSERT_TRUE(patch.works());
+    g_global_free = patch.original();
+    EXPECT_FALSE(table().pfnXcvClosePort(xcv));
+    EXPECT_THAT(NewLines(), ElementsAre("TRACE called xcv close port",
+                                        "CRITICAL Exception error in XcvClosePort"));
 }
 
 }  // namespace
