@@ -233,7 +233,7 @@ std::string CheckOctets(std::string_view input) {
     for (std::size_t at = 0; is_value && at < bytes.size(); ++at) {
         integer |= static_cast<std::uint32_t>(bytes[at]) << 8 * at;
         for (unsigned bit = 0; bit < 8; ++bit) {
-            const std::uint32_t is_set = bytes[at] >> bit & 1U;
+            const std::uint32_t is_set = static_cast<std::uint32_t>(bytes[at]) >> bit & 1U;
             reversed |= is_set << (7 - bit) << 8 * (bytes.size() - 1 - at);
         }
     }
