@@ -22,7 +22,10 @@ std::string ToAnsi(std::wstring_view text) {
     const int size =
         ::WideCharToMultiByte(CP_ACP, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
     std::string result(static_cast<std::size_t>(std::max(size, 0)), '\0');
-    ::WideCharToMultiByte(CP_ACP, 0, text.data(), length, result.data(), size, nullptr, nullptr);
+    const int converted = ::WideCharToMultiByte(CP_ACP, 0, text.data(), length, result.data(), size,
+                                                nullptr, nullptr);
+    // A text that could not be converted is none, and not one of terminators.
+    result.resize(static_cast<std::size_t>(std::max(converted, 0)));
     return result;
 }
 
@@ -30,7 +33,9 @@ std::wstring FromAnsi(std::string_view text) {
     const int length = LengthOf(text.size());
     const int size = ::MultiByteToWideChar(CP_ACP, 0, text.data(), length, nullptr, 0);
     std::wstring result(static_cast<std::size_t>(std::max(size, 0)), L'\0');
-    ::MultiByteToWideChar(CP_ACP, 0, text.data(), length, result.data(), size);
+    const int converted =
+        ::MultiByteToWideChar(CP_ACP, 0, text.data(), length, result.data(), size);
+    result.resize(static_cast<std::size_t>(std::max(converted, 0)));
     return result;
 }
 

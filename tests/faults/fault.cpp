@@ -1,6 +1,9 @@
 #include "tests/faults/fault.h"
 
+#include <algorithm>
 #include <cstdlib>
+
+#include "tests/faults/system_calls.h"
 
 namespace ksp::test {
 namespace {
@@ -17,6 +20,8 @@ std::string FunctionName(const Fault& fault) {
             return NameOf(static_cast<WinspoolFunction>(fault.function));
         case Boundary::kDiscovery:
             return ExportName(static_cast<DiscoveryFunction>(fault.function));
+        case Boundary::kSystem:
+            return SystemFunctionName(fault.function);
         case Boundary::kMemory:
         case Boundary::kPrinter:
             break;
@@ -68,6 +73,11 @@ Part ChosenPart() {
 
 }  // namespace
 
+bool Fault::IsOfSystem(std::initializer_list<std::string_view> names) const {
+    return boundary == Boundary::kSystem &&
+           std::find(names.begin(), names.end(), SystemFunctionName(function)) != names.end();
+}
+
 const char* NameOf(Transport transport) {
     switch (transport) {
         case Transport::kRaw:
@@ -92,6 +102,8 @@ const char* NameOf(Boundary boundary) {
             return "discovery";
         case Boundary::kMemory:
             return "memory";
+        case Boundary::kSystem:
+            return "system";
         case Boundary::kPrinter:
             break;
     }
@@ -127,6 +139,9 @@ std::vector<Fault> FaultsOf(Boundary boundary, const CallCounts& counts) {
         case Boundary::kMemory:
             AppendCalls(boundary, {counts.memory}, {Kind::kRefused}, &faults);
             break;
+        case Boundary::kSystem:
+            AppendCalls(boundary, counts.system, {Kind::kRefused}, &faults);
+            break;
         case Boundary::kPrinter:
             AppendCalls(boundary, {counts.printer}, {Kind::kRefused}, &faults);
             break;
@@ -141,8 +156,11 @@ std::vector<Fault> Selected(const std::vector<Fault>& faults, size_t sample) {
     std::vector<Fault> selected;
     const Part part = ChosenPart();
     if (Setting("KSP_FAULTS") == "all") {
-        for (size_t index = part.number - 1; index < faults.size(); index += part.of) {
-            selected.push_back(faults[index]);
+        for (const Fault& fault : faults) {
+            if ((static_cast<size_t>(fault.function) + fault.nth) % part.of ==
+                part.number % part.of) {
+                selected.push_back(fault);
+            }
         }
         return selected;
     }

@@ -41,6 +41,7 @@ class FaultRun {
         bool reported = false;       // in the job's or the printer's status, or by its deletion
         bool must_print = false;     // nothing failed while it was printed
         bool must_be_taken = false;  // one call may have failed
+        bool may_be_lost = false;    // that call decides what the printer is told of the job
     };
 
     void LiveIn(FaultWorld& world);
@@ -58,6 +59,7 @@ class FaultRun {
     void Step(const char* name, const std::function<bool()>& step);
     [[nodiscard]] bool IsPortIncomplete() const;
     [[nodiscard]] bool IsKeyMissing(const std::wstring& port) const;
+    [[nodiscard]] bool EndsJob() const;
     [[nodiscard]] bool MayPortsDiffer();
     void ExpectSamePorts(const char* when);
     void JudgeJobs();

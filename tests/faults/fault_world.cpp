@@ -1,5 +1,9 @@
 #include "tests/faults/fault_world.h"
 
+#include <filesystem>
+#include <fstream>
+
+#include "tests/faults/system_calls.h"
 #include "tests/host/log_file.h"
 
 namespace ksp::test {
@@ -14,6 +18,8 @@ constexpr char kErrorStateOid[] = "1.3.6.1.2.1.25.3.5.1.2";
 constexpr int kRegistryOperations = static_cast<int>(RegistryOperation::kQueryValue) + 1;
 // A job that is waited for longer than this is deleted, in milliseconds.
 constexpr DWORD kPatience = 20000;
+// Bytes at which a log is rotated when nothing else is set.
+constexpr size_t kFullLog = size_t{1} << 20;
 
 std::wstring Wide(const std::string& text) {
     return {text.begin(), text.end()};
@@ -71,6 +77,11 @@ void FaultWorld::WriteSettings() {
     SetSetting(L"LogDirectory", directory_.path());
     SetSetting(L"LogFileName", std::wstring(L"log.txt"));
     SetSetting(L"LogLevel", static_cast<DWORD>(LineLevel::kError));
+    if (fault_.boundary == Boundary::kSystem) {
+        // Full, so that it is rotated: more calls that can fail.
+        std::ofstream(std::filesystem::path(directory_.File(L"log.txt")))
+            << std::string(kFullLog, ' ');
+    }
     SetSetting(L"LPRDirectory", directory_.File(L"spool"));
     // Where no printer is silent the wait is for a busy machine only.
     SetSetting(L"WaitServerReplyTimeout", fault_.boundary == Boundary::kPrinter ? 1 : 20);
@@ -96,6 +107,7 @@ void FaultWorld::Arm() {
     shared_.discovery.ClearCalls();
     shared_.memory.requests = 0;
     shared_.memory.struck = 0;
+    SystemCalls::Clear();
     if (fault_.kind == Fault::Kind::kNone) {
         return;
     }
@@ -127,6 +139,9 @@ void FaultWorld::Arm() {
         case Boundary::kMemory:
             shared_.memory.refused = static_cast<LONG>(fault_.nth);
             break;
+        case Boundary::kSystem:
+            SystemCalls::Refuse(fault_.function, fault_.nth);
+            break;
         case Boundary::kPrinter:
             break;
     }
@@ -137,6 +152,7 @@ void FaultWorld::Disarm() {
     shared_.spooler.ClearFaults();
     shared_.discovery.ClearFaults();
     shared_.memory.refused = 0;
+    SystemCalls::RefuseNothing();
 }
 
 bool FaultWorld::Struck() {
@@ -155,6 +171,8 @@ bool FaultWorld::Struck() {
                        .size() >= fault_.nth;
         case Boundary::kMemory:
             return shared_.memory.struck != 0;
+        case Boundary::kSystem:
+            return SystemCalls::Counts()[static_cast<size_t>(fault_.function)] >= fault_.nth;
         case Boundary::kPrinter:
             break;
     }
@@ -175,6 +193,7 @@ CallCounts FaultWorld::Counts() {
             shared_.discovery.Calls(static_cast<DiscoveryFunction>(function)).size());
     }
     counts.memory = static_cast<size_t>(shared_.memory.requests);
+    counts.system = SystemCalls::Counts();
     counts.printer = Printers::FailureCount(transport_);
     return counts;
 }
@@ -240,6 +259,9 @@ std::vector<std::string> FaultWorld::Leftovers() const {
     }
     if (shared_.memory.blocks != 0) {
         leftovers.push_back(std::to_string(shared_.memory.blocks) + " blocks of memory");
+    }
+    for (const std::string& held : SystemCalls::Leftovers()) {
+        leftovers.push_back(held + " not given back");
     }
     if (store_.SubkeyNames(store_.Root(), L"") != std::vector<std::wstring>{L"Ports"}) {
         leftovers.push_back("a key beside the ports' key");

@@ -139,7 +139,7 @@ bool Printers::ready() const {
            std::all_of(checks_.begin(), checks_.end(), is_ready);
 }
 
-std::vector<std::string> Printers::Payloads() {
+std::vector<std::string> Printers::Payloads(bool without_end) {
     std::vector<std::string> payloads;
     for (const auto& printer : raw_) {
         static_cast<void>(printer->WaitForEndings(printer->connections().size()));
@@ -151,8 +151,10 @@ std::vector<std::string> Printers::Payloads() {
         static_cast<void>(daemon->WaitForEndings(daemon->connections().size()));
         for (const LpdConnection& connection : daemon->connections()) {
             // An LPR job is whole when its announced length has come; XLPR ends it by closing.
+            const bool came =
+                without_end && connection.announced_data == std::to_string(connection.data.size());
             const bool ended = transport_ == Transport::kLpr
-                                   ? connection.has_whole_data
+                                   ? connection.has_whole_data || came
                                    : connection.ending == LpdConnection::Ending::kByPeer;
             if (ended) {
                 payloads.push_back(connection.data);

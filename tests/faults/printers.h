@@ -33,8 +33,9 @@ class Printers {
     // Only LPR has one: a daemon that takes the job command and refuses what follows.
     [[nodiscard]] const std::string& refusing() const { return refusing_; }
 
-    // What each connection brought of a job's data, when it is over.
-    [[nodiscard]] std::vector<std::string> Payloads();
+    // What each connection brought of a job's data, when it is over. LPR data count when they have
+    // come in their announced length, with the octet that ends them or, if allowed, without it.
+    [[nodiscard]] std::vector<std::string> Payloads(bool without_end = false);
 
   private:
     void Add(const std::string& address, standins::PrinterBehavior behavior);

@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "tests/host/patched_import.h"
+
 namespace ksp {
 namespace {
 
@@ -22,6 +24,32 @@ std::wstring AnsiCharacters() {
         }
     }
     return text;
+}
+
+// The room that the text needs is found, and then it cannot be converted.
+int(WINAPI* g_to_ansi)(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) = nullptr;
+int(WINAPI* g_from_ansi)(UINT, DWORD, LPCCH, int, LPWSTR, int) = nullptr;
+
+int WINAPI MeasuringToAnsi(UINT page, DWORD flags, LPCWCH text, int length, LPSTR result, int size,
+                           LPCCH otherwise, LPBOOL used) {
+    return size > 0 ? 0 : g_to_ansi(page, flags, text, length, result, size, otherwise, used);
+}
+
+int WINAPI MeasuringFromAnsi(UINT page, DWORD flags, LPCCH text, int length, LPWSTR result,
+                             int size) {
+    return size > 0 ? 0 : g_from_ansi(page, flags, text, length, result, size);
+}
+
+TEST(TextTest, ATextThatCannotBeConvertedIsEmpty) {
+    const test::PatchedImport<decltype(g_to_ansi)> to_ansi("WideCharToMultiByte", MeasuringToAnsi);
+    const test::PatchedImport<decltype(g_from_ansi)> from_ansi("MultiByteToWideChar",
+                                                               MeasuringFromAnsi);
+    g_to_ansi = to_ansi.original();
+    g_from_ansi = from_ansi.original();
+    const std::string narrow = ToAnsi(L"text");
+    const std::wstring wide = FromAnsi("text");
+    EXPECT_TRUE(narrow.empty()) << narrow.size();
+    EXPECT_TRUE(wide.empty()) << wide.size();
 }
 
 TEST(TextTest, ConvertsEmptyTexts) {
