@@ -66,7 +66,7 @@ class FuzzRun {
     void Trying(std::string_view input);
     // Prints the input that is being tried, as hexadecimal digits, with its seed.
     void Report(const char* what) const;
-    // Once as many inputs were tried as the test suite tries, some were taken and some refused.
+    // Some inputs were taken and some refused: of those that the test suite always tries, or of enough others.
     void ExpectBothOutcomes() const;
 
   private:
