@@ -1,5 +1,6 @@
 #include "discovery/xml_document.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -26,6 +27,32 @@ bool IsEqual(BSTR left, BSTR right) {
 bool HasDocumentType(BSTR text) {
     return std::wstring_view(text, ::SysStringLen(text)).find(L"<!DOCTYPE") !=
            std::wstring_view::npos;
+}
+
+// Whether an XML declaration holds a value longer than a version number or the name of an encoding is.
+// The parser itself need not be made for one: Wine's copies both into places of 30 characters.
+bool HasLongDeclaration(BSTR text) {
+    constexpr std::wstring_view kStart = L"<?xml";
+    constexpr std::size_t kLongestValue = 16;
+    std::wstring_view rest(text, ::SysStringLen(text));
+    for (auto at = rest.find(kStart); at != std::wstring_view::npos; at = rest.find(kStart)) {
+        rest.remove_prefix(at + kStart.size());
+        if (rest.empty() || rest.front() > L' ') {
+            continue;  // another instruction, whose name only begins like that
+        }
+        std::wstring_view declaration = rest.substr(0, rest.find(L"?>"));
+        for (auto quote = declaration.find_first_of(L"\"'"); quote != std::wstring_view::npos;
+             quote = declaration.find_first_of(L"\"'")) {
+            const wchar_t mark = declaration[quote];
+            declaration.remove_prefix(quote + 1);
+            const std::size_t length = std::min(declaration.find(mark), declaration.size());
+            if (length > kLongestValue) {
+                return true;
+            }
+            declaration.remove_prefix(std::min(length + 1, declaration.size()));
+        }
+    }
+    return false;
 }
 
 bool HasName(IXMLDOMElement* element, BSTR name) {
@@ -85,6 +112,11 @@ HRESULT CXmlDocument::Load(UniqueBstr text) {
     if (::SysStringLen(text.Get()) > kLongest || HasDocumentType(text.Get())) {
         Log(LogLevel::kTrace, L"error loadXML : %d", S_FALSE);
         Log(LogLevel::kTrace, L"The document is too long or has a document type definition.");
+        return S_FALSE;
+    }
+    if (HasLongDeclaration(text.Get())) {
+        Log(LogLevel::kTrace, L"error loadXML : %d", S_FALSE);
+        Log(LogLevel::kTrace, L"The document's declaration holds too long a value.");
         return S_FALSE;
     }
     VARIANT_BOOL parsed = VARIANT_FALSE;

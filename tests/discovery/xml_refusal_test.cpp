@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "support/text.h"
 #include "tests/discovery/discovery_test.h"
@@ -86,6 +87,30 @@ TEST_F(XmlRefusalTest, NestedEntitiesAreNotBlownUp) {
         definitions += L"\">";
     }
     ExpectRefused(L"<!DOCTYPE r [" + definitions + L"]><r><a>&e9;</a></r>");
+}
+
+// A parser may copy them to where there is room for a real one.
+TEST_F(XmlRefusalTest, AnEndlessVersionNumberOrEncodingIsRefused) {
+    const std::wstring endless(400, L'0');
+    std::vector<std::string> lines;
+    for (const std::wstring& text :
+         {L"<?xml version=\"1." + endless + L"\"?><r><a>1</a></r>",
+          L" <?xml\nversion = '1." + endless + L"' encoding='utf-8'?><r><a>1</a></r>",
+          L"<?xml version='1.0' encoding=\"" + endless + L"\"?><r><a>1</a></r>",
+          L"<?xml version=\"1." + endless}) {
+        EXPECT_EQ(Load(text), S_FALSE);
+        lines.emplace_back(kError);
+        lines.emplace_back("TRACE: The document's declaration holds too long a value.");
+        EXPECT_EQ(log_.Lines(), lines);
+        EXPECT_EQ(Find(L"a"), L"none");
+    }
+}
+
+TEST_F(XmlRefusalTest, TheValuesOfOtherInstructionsMayBeLong) {
+    ASSERT_EQ(Load(L"<?xml version=\"1.0\" encoding=\"ISO-8859-15\" standalone='yes' ?>"
+                   L"<?xml-stylesheet href=\"a-name-of-many-more-letters.xsl\"?><r><a>1</a></r>"),
+              S_OK);
+    EXPECT_EQ(Find(L"a"), L"1");
 }
 
 TEST_F(XmlRefusalTest, TenMegabytesAreRefused) {

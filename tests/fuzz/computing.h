@@ -28,7 +28,9 @@ enum class Form {
     kBase64,
     kXmlText,
 };
-inline constexpr int kForms = 13;
+inline constexpr int kForms = static_cast<int>(Form::kXmlText) + 1;
+// The enumerator's name without its k.
+[[nodiscard]] const char* NameOf(Form form);
 
 // What is wrong with the result; empty when everything is right.
 [[nodiscard]] std::string CheckForm(Form form, std::string_view input);

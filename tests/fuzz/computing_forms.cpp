@@ -22,6 +22,38 @@ std::string NumbersAndText(Random& random, std::size_t bytes) {
 
 }  // namespace
 
+const char* NameOf(Form form) {
+    switch (form) {
+        case Form::kAddPortString:
+            return "AddPortString";
+        case Form::kSilentText:
+            return "SilentText";
+        case Form::kPortRecord:
+            return "PortRecord";
+        case Form::kMacAddress:
+            return "MacAddress";
+        case Form::kJobHeader:
+            return "JobHeader";
+        case Form::kOctets:
+            return "Octets";
+        case Form::kLogFileName:
+            return "LogFileName";
+        case Form::kLprCommands:
+            return "LprCommands";
+        case Form::kNotifierCommand:
+            return "NotifierCommand";
+        case Form::kSnmpDatagram:
+            return "SnmpDatagram";
+        case Form::kMimeMessage:
+            return "MimeMessage";
+        case Form::kBase64:
+            return "Base64";
+        case Form::kXmlText:
+            return "XmlText";
+    }
+    return "?";
+}
+
 std::string MakeForm(Form form, Random& random) {
     switch (form) {
         case Form::kAddPortString:

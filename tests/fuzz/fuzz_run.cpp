@@ -120,8 +120,10 @@ const char* NameOf(Generator generator) {
     return "?";
 }
 
-FuzzRun::FuzzRun(Generator generator, std::size_t inputs)
+FuzzRun::FuzzRun(Generator generator, std::size_t inputs, const Outcomes* outcomes)
     : generator_(generator),
+      outcomes_(outcomes),
+      suite_inputs_(inputs),
       first_seed_(Number("KSPMON_FUZZ_SEED", 1)),
       seed_(first_seed_ - 1),
       left_(inputs) {
@@ -136,8 +138,11 @@ FuzzRun::FuzzRun(Generator generator, std::size_t inputs)
 FuzzRun::~FuzzRun() {
     const std::lock_guard lock(g_mutex);
     g_attempt.reset();
-    std::printf("fuzz: %s: %zu inputs tried, seeds from %llu\n", NameOf(generator_), tried_,
-                static_cast<unsigned long long>(first_seed_));
+    std::printf("fuzz: %s: %zu inputs tried, ", NameOf(generator_), tried_);
+    if (outcomes_ != nullptr) {
+        std::printf("%zu taken, %zu refused, ", outcomes_->taken, outcomes_->refused);
+    }
+    std::printf("seeds from %llu\n", static_cast<unsigned long long>(first_seed_));
     std::fflush(stdout);
 }
 
@@ -160,6 +165,16 @@ void FuzzRun::Report(const char* what) const {
     const std::lock_guard lock(g_mutex);
     if (g_attempt) {
         Print(*g_attempt, what);
+    }
+}
+
+void FuzzRun::ExpectBothOutcomes() const {
+    // A few inputs from a seed of their own may happen to end the same way.
+    constexpr std::size_t kManyTimes = 10;
+    const std::size_t enough = suite_inputs_ * (deadline_ != 0 ? kManyTimes : 1);
+    if (outcomes_ != nullptr && tried_ >= enough) {
+        EXPECT_GT(outcomes_->taken, 0U) << NameOf(generator_) << ": nothing was taken";
+        EXPECT_GT(outcomes_->refused, 0U) << NameOf(generator_) << ": nothing was refused";
     }
 }
 

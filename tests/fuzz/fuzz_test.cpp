@@ -95,4 +95,18 @@ void AppendToTape(std::string& tape, std::uint8_t name, DWORD type, std::string_
     tape += data;
 }
 
+void AppendMutated(Random& random, std::string& tape, std::uint8_t name, DWORD type,
+                   const std::string& data) {
+    const DWORD tape_type = random.OneIn(8) ? static_cast<DWORD>(random.Below(12)) : type;
+    AppendToTape(tape, name, tape_type, random.OneIn(3) ? MutatedBytes(random, data) : data);
+}
+
+std::string DwordBytes(std::uint32_t number) {
+    std::string bytes;
+    for (int place = 0; place < 4; ++place) {
+        bytes += static_cast<char>(number >> 8 * place & 0xFF);
+    }
+    return bytes;
+}
+
 }  // namespace ksp::test

@@ -12,6 +12,11 @@
 
 namespace ksp::test {
 
+// What a command answers: ERROR_SUCCESS, or ERROR_INVALID_DATA for input that must be refused.
+[[nodiscard]] constexpr DWORD SuccessIf(bool is_valid) {
+    return static_cast<DWORD>(is_valid ? ERROR_SUCCESS : ERROR_INVALID_DATA);
+}
+
 // The monitor as a whole, with every input at the boundary where the system hands it to the library.
 // What goes in and what comes out lies in memory that ends where a guard page begins.
 class FuzzTest : public MonitorDiscoveryTest {
@@ -22,6 +27,13 @@ class FuzzTest : public MonitorDiscoveryTest {
         std::string input;   // as the call left it
         std::string output;  // all of the buffer
     };
+
+    // As the function of that name, with the outcomes: every attempt counts in outcomes_.
+    template <typename Make, typename Attempt>
+    void Fuzz(Generator generator, std::size_t inputs, Make make, Attempt attempt) {
+        outcomes_ = {};
+        test::Fuzz(generator, inputs, make, attempt, &outcomes_);
+    }
 
     // One Xcv command.
     Reply Call(const std::wstring& command, std::string_view input, std::size_t output_size = 0);
@@ -40,6 +52,8 @@ class FuzzTest : public MonitorDiscoveryTest {
     void ForgetCalls();
     // No port is left, neither in the list nor in the registry.
     void ExpectNoPort();
+
+    Outcomes outcomes_;
 };
 
 // Registry values as one input: for each the number of its name, its type, its size (two bytes, little
@@ -51,5 +65,9 @@ struct TapedValue {
 };
 [[nodiscard]] std::vector<TapedValue> ReadTape(std::string_view tape);
 void AppendToTape(std::string& tape, std::uint8_t name, DWORD type, std::string_view data);
+// A value of the wrong type or size now and then.
+void AppendMutated(Random& random, std::string& tape, std::uint8_t name, DWORD type,
+                   const std::string& data);
+[[nodiscard]] std::string DwordBytes(std::uint32_t number);
 
 }  // namespace ksp::test

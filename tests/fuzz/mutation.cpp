@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
 namespace ksp::test {
 
@@ -157,6 +158,30 @@ std::string MutatedText(Random& random, std::wstring form, const std::vector<std
         bytes.pop_back();
     }
     return bytes;
+}
+
+std::string MutatedDocument(Random& random, std::string document,
+                            const std::vector<std::string>& words) {
+    // Where the text of an element begins: behind the end of its tag.
+    std::vector<std::size_t> texts;
+    for (std::size_t at = 0; at + 1 < document.size(); ++at) {
+        if (document[at] == '>' && document[at + 1] != '<') {
+            texts.push_back(at + 1);
+        }
+    }
+    if (texts.empty() || random.OneIn(2)) {
+        return MutatedBytes(random, std::move(document), words);
+    }
+    const std::size_t start = texts[random.Below(texts.size())];
+    const std::size_t end = std::min(document.find('<', start), document.size());
+    std::string text = MutatedBytes(random, document.substr(start, end - start),
+                                    {"\\", ",", "%s", "%n", "\xC3\xA4", "\xE2\x82\xAC", "&amp;", "-1"});
+    // No tag begins here, and no character that no document may hold.
+    std::erase_if(text, [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return c == '<' || byte < 0x20 || byte == 0x7F;
+    });
+    return document.replace(start, end - start, text);
 }
 
 }  // namespace ksp::test

@@ -29,4 +29,9 @@ namespace ksp::test {
 [[nodiscard]] std::string MutatedText(Random& random, std::wstring form,
                                       const std::vector<std::wstring>& words = {});
 
+// As MutatedBytes for a document, but half of the time the change lies within the text of one element, so
+// that the document stays one that can be read.
+[[nodiscard]] std::string MutatedDocument(Random& random, std::string document,
+                                          const std::vector<std::string>& words);
+
 }  // namespace ksp::test

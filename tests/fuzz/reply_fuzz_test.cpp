@@ -125,6 +125,7 @@ class LprFuzz : public FuzzTest, public ::testing::WithParamInterface<DWORD> {
             EXPECT_FALSE(is_marked);
             EXPECT_TRUE(outcome.printed());
         }
+        outcomes_.Count(is_taken && stays);
         DeletePort(L"Port");
     }
 
@@ -155,6 +156,7 @@ class ConfirmationFuzz : public FuzzTest {
         const bool is_ready = reply.starts_with(kReady);
         service_->SetBehavior({.reply = {{reply}}, .closes = input[0] != 0 || !is_ready});
         const host::JobOutcome outcome = Print(QueueJob(L"Port"), kDocument, {.max_refusals = 2});
+        outcomes_.Count(outcome.failed_step == host::JobStep::kNone);
         EXPECT_EQ(outcome.failed_step, is_ready ? host::JobStep::kNone : host::JobStep::kStartDocPort);
     }
 

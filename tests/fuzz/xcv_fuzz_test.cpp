@@ -1,57 +1,57 @@
 // What the configuration interface and an installer send through the Xcv commands.
 
 #include <array>
+#include <cstring>
 #include <optional>
 
 #include "ports/xcv_port_info.h"
 #include "tests/fuzz/fuzz_test.h"
+#include "tests/fuzz/port_values.h"
+#include "tools/host/registry_text.h"
 
 namespace ksp::test {
 namespace {
 
-using ::testing::AnyOf;
 using ::testing::ElementsAre;
-using ::testing::Eq;
-
-// A text as the commands take it: up to its first zero.
-std::wstring CommandText(std::string_view bytes) {
-    const std::wstring text = WideText(bytes);
-    return text.substr(0, text.find(L'\0'));
-}
-
-std::vector<std::wstring> Tokens(const std::wstring& text) {
-    std::vector<std::wstring> tokens{L""};
-    for (const wchar_t c : text) {
-        if (c == L',') {
-            tokens.emplace_back();
-        } else {
-            tokens.back() += c;
-        }
-    }
-    return tokens;
-}
+using ::testing::IsEmpty;
 
 class XcvFuzz : public FuzzTest {
   protected:
-    // What any command answers to any input: a code, and nothing changed beyond what it says.
-    void ExpectPort(const std::wstring& name) {
-        EXPECT_THAT(PortNames(), ElementsAre(name));
-        const Reply known = Call(L"IsKspPort", WideBytes(name + L'\0'), sizeof(DWORD));
+    // The port is there, alone, and exactly as the command said it.
+    void ExpectPort(const PortValues& port) {
+        EXPECT_THAT(PortNames(), ElementsAre(port.PortName));
+        const Reply known = Call(L"IsKspPort", WideBytes(port.PortName + L'\0'), sizeof(DWORD));
         EXPECT_EQ(known.output, std::string("\1\0\0\0", 4));
-        EXPECT_TRUE(store().HasKey(root(), PortPath(name)));
-        ExpectSoundRecord(name);
+        EXPECT_THAT(store().SubkeyNames(root(), L"Ports"), ElementsAre(port.PortName));
+        EXPECT_EQ(Stored(port.PortName), InRegistry(port, type_));
+        ExpectRecord(port);
     }
-    void ExpectSoundRecord(const std::wstring& name) {
-        const Reply reply = Call(L"GetPortConfig", WideBytes(name + L'\0'), sizeof(XcvPortInfo));
-        if (reply.code != ERROR_SUCCESS) {
-            // A text that has no room in the record.
-            EXPECT_EQ(reply.code, DWORD{ERROR_INVALID_DATA});
+    StoredValues Stored(const std::wstring& name) {
+        StoredValues values;
+        for (const std::wstring& value : store().ValueNames(root(), PortPath(name))) {
+            const auto stored = store().GetValue(root(), PortPath(name), value);
+            const auto number = store().GetDword(root(), PortPath(name), value);
+            values[value] = number                    ? NumberText(*number)
+                            : stored->type == REG_SZ ? host::TextOf(stored->data)
+                                                     : L"neither text nor number";
+        }
+        return values;
+    }
+    void ExpectRecord(const PortValues& port) {
+        const auto name = WideBytes(port.PortName + L'\0');
+        const Reply reply = Call(L"GetPortConfig", name, sizeof(XcvPortInfo));
+        const std::optional<XcvPortInfo> expected = InRecord(port, type_);
+        ASSERT_EQ(reply.code, SuccessIf(expected.has_value()));
+        if (!expected) {
             return;
         }
-        EXPECT_EQ(WideText(reply.output).substr(0, name.size() + 1), name + L'\0');
+        // Not as one text: its difference would be 16412 characters long.
+        EXPECT_TRUE(reply.output ==
+                    std::string(reinterpret_cast<const char*>(&*expected), sizeof(*expected)))
+            << "another record";
         EXPECT_EQ(Call(L"ConfigurePort", reply.output).code, DWORD{ERROR_SUCCESS});
-        EXPECT_EQ(Call(L"GetPortConfig", WideBytes(name + L'\0'), sizeof(XcvPortInfo)).output,
-                  reply.output);
+        EXPECT_TRUE(Call(L"GetPortConfig", name, sizeof(XcvPortInfo)).output == reply.output)
+            << "the record comes back otherwise";
     }
     void ExpectDeletable(const std::wstring& name) {
         DeletePort(name);
@@ -60,60 +60,70 @@ class XcvFuzz : public FuzzTest {
 
     void TryAddPort(const std::string& input) {
         ForgetCalls();
+        const std::optional<PortValues> port = AddPortValues(CommandText(input), type_);
         const Reply reply = Call(L"AddPort", input);
-        ASSERT_THAT(reply.code, AnyOf(Eq(ERROR_SUCCESS), Eq(ERROR_INVALID_DATA)));
-        if (reply.code != ERROR_SUCCESS) {
+        outcomes_.Count(reply.code == ERROR_SUCCESS);
+        ASSERT_EQ(reply.code, SuccessIf(port.has_value()));
+        if (!port) {
             EXPECT_EQ(reply.input, input) << "a refused string is changed";
             ExpectNoPort();
             return;
         }
-        const std::vector<std::wstring> tokens = Tokens(CommandText(input));
-        ASSERT_GE(tokens.size(), 12U);
-        EXPECT_TRUE(CommandText(reply.input) == tokens[3]) << "the name is not written back";
-        ExpectPort(tokens[3]);
-        EXPECT_EQ(store().GetText(root(), PortPath(tokens[3]), L"PrinterAddress"), tokens[2]);
-        ExpectDeletable(tokens[3]);
+        EXPECT_EQ(CommandText(reply.input), port->PortName) << "the name is not written back";
+        ExpectPort(*port);
+        ExpectDeletable(port->PortName);
     }
 
     void TrySilentAdd(const std::string& input) {
         ForgetCalls();
+        DWORD code = ERROR_SUCCESS;
+        const std::optional<PortValues> port = SilentValues(input, {L"127.0.0.1", kMac, kModel}, code);
         const Reply reply = Call(L"SilentAddPort", input);
+        outcomes_.Count(reply.code == ERROR_SUCCESS);
         EXPECT_EQ(reply.input, input);
-        ASSERT_THAT(reply.code,
-                    AnyOf(Eq(ERROR_SUCCESS), Eq(ERROR_INVALID_DATA), Eq(ERROR_INVALID_PARAMETER)));
-        const std::vector<std::wstring> ports = PortNames();
-        ASSERT_EQ(ports.size(), reply.code == ERROR_SUCCESS ? 1U : 0U);
-        if (ports.empty()) {
-            ExpectNoPort();
+        ASSERT_EQ(reply.code, code);
+        if (port) {
+            ExpectPort(*port);
+            ExpectDeletable(port->PortName);
         } else {
-            ExpectPort(ports[0]);
-            ExpectDeletable(ports[0]);
+            ExpectNoPort();
         }
     }
 
     void TryConfigure(const std::string& input) {
         ForgetCalls();
         // The record must name a port that there is, or it would be looked at no further.
+        XcvPortInfo record{};
+        const bool is_whole = input.size() >= sizeof(record);
+        std::memcpy(static_cast<void*>(&record), input.data(), is_whole ? sizeof(record) : 0);
         const std::wstring name =
-            input.size() >= sizeof(XcvPortInfo)
-                ? CommandText(std::string_view(input).substr(0, sizeof(XcvPortInfo::PortName)))
-                : L"Port";
-        const bool has_port =
-            Call(L"AddPort", WideBytes(L"x,2,127.0.0.1," + name + L",,,,1,0,0,0,identity")).code ==
-            ERROR_SUCCESS;
+            is_whole ? CommandText(std::string_view(input).substr(0, sizeof(record.PortName))) : L"Port";
+        const std::wstring string =
+            L"x,2,127.0.0.1," + name + L",127.1.2.3,255.0.0.0,0026AB123456,1,0,9200,9101,identity";
+        const std::optional<PortValues> before = AddPortValues(string, type_);
+        ASSERT_EQ(Call(L"AddPort", WideBytes(string)).code,
+                  SuccessIf(before.has_value()));
+        const bool is_there = before && before->PortName == name;
+        const std::optional<PortValues> after =
+            is_whole && is_there ? ConfiguredValues(*before, record, type_) : std::nullopt;
         const Reply reply = Call(L"ConfigurePort", input);
+        outcomes_.Count(reply.code == ERROR_SUCCESS);
         EXPECT_EQ(reply.input, input);
-        ASSERT_THAT(reply.code, AnyOf(Eq(ERROR_SUCCESS), Eq(ERROR_INVALID_DATA)));
-        if (reply.code == ERROR_SUCCESS) {
-            EXPECT_TRUE(has_port);
-            ExpectPort(name);
+        ASSERT_EQ(reply.code, SuccessIf(after.has_value()));
+        if (after) {
+            ExpectPort(*after);
+        } else if (is_whole && is_there) {
+            // A record without a transport takes the port out of the list; its key stays as it was.
+            EXPECT_THAT(PortNames(), IsEmpty());
+            EXPECT_EQ(Stored(name), InRegistry(*before, type_));
+        } else if (before) {
+            ExpectPort(*before);
         }
-        // A record without a transport takes the port out of the list.
         for (const std::wstring& port : PortNames()) {
             DeletePort(port);
         }
-        if (has_port) {
-            store().RemoveKey(root(), PortPath(name));
+        for (const std::wstring& left : store().SubkeyNames(root(), L"Ports")) {
+            store().RemoveKey(root(), PortPath(left));
         }
     }
 
@@ -130,6 +140,7 @@ class XcvFuzz : public FuzzTest {
             chosen < kCommands.size() ? kCommands[chosen] : CommandText(rest);
         const std::size_t room = rest.size() < 256 ? rest.size() : sizeof(XcvPortInfo);
         const Reply reply = Call(command, rest, room);
+        outcomes_.Count(reply.code == ERROR_SUCCESS);
         EXPECT_EQ(reply.input, rest);
         if (reply.code == ERROR_INSUFFICIENT_BUFFER) {
             EXPECT_GT(reply.needed, room);
@@ -147,13 +158,18 @@ class XcvFuzz : public FuzzTest {
         ASSERT_EQ(Call(L"AddPort", WideBytes(L"x,2,127.0.0.1,Port,,,,1,0,0,0,")).code,
                   DWORD{ERROR_SUCCESS});
     }
+
+    // The printer that silent addition finds.
+    static constexpr wchar_t kModel[] = L"Test Printer";
+    DWORD type_ = 1;  // of the monitor
 };
 
 class XcvTypeFuzz : public XcvFuzz, public ::testing::WithParamInterface<DWORD> {
   protected:
     void SetUp() override {
         XcvFuzz::SetUp();
-        UseMonitor(GetParam());
+        type_ = GetParam();
+        UseMonitor(type_);
         ASSERT_TRUE(Start());
     }
 };

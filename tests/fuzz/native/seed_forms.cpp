@@ -1,5 +1,7 @@
 // Writes valid forms as files, with which a fuzzer begins: seed_forms DIRECTORY FORM COUNT
+// Without arguments it prints the names of the forms, a line each, in the order of their numbers.
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -7,6 +9,12 @@
 #include "tests/fuzz/computing.h"
 
 int main(int count, char** arguments) {
+    if (count == 1) {
+        for (int form = 0; form < ksp::test::kForms; ++form) {
+            std::puts(ksp::test::NameOf(static_cast<ksp::test::Form>(form)));
+        }
+        return 0;
+    }
     if (count != 4) {
         return 2;
     }
