@@ -42,6 +42,9 @@ std::size_t CPortListing::Size() const noexcept {
 }
 
 void CPortListing::Fill(BYTE* buffer, DWORD size) const {
+    if (m_nameStarts.empty()) {
+        return;
+    }
     BYTE* const strings = buffer + size - m_strings.size() * sizeof(wchar_t);
     std::memcpy(strings, m_strings.data(), m_strings.size() * sizeof(wchar_t));
     auto* const text = reinterpret_cast<wchar_t*>(strings);

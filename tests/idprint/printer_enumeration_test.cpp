@@ -106,8 +106,8 @@ TEST_F(PrinterEnumerationTest, PrintersThatComeAndGoBetweenTheCalls) {
             PutPrinter(L"Another", L"PORT");
         }
     });
-    EXPECT_FALSE(IsUsed(L"PORT"));
-    EXPECT_EQ(Count(LineLevel::kError, L"error in 2nd enumprinters = 122"), 1U);
+    EXPECT_TRUE(IsUsed(L"PORT")) << "they are read again";
+    EXPECT_EQ(Count(LineLevel::kError, L"error in 2nd enumprinters = 122"), 0U);
     calls = 0;
     spooler_.SetHook(WinspoolEnumPrinters, [&] {
         if (++calls == 2) {
@@ -117,7 +117,17 @@ TEST_F(PrinterEnumerationTest, PrintersThatComeAndGoBetweenTheCalls) {
     });
     EXPECT_FALSE(IsUsed(L"PORT"));
     spooler_.SetHook(WinspoolEnumPrinters, {});
-    EXPECT_EQ(Count(LineLevel::kInfo, kUsed), 0U);
+    EXPECT_EQ(Count(LineLevel::kInfo, kUsed), 1U);
+}
+
+TEST_F(PrinterEnumerationTest, PrintersThatNeverStopComingAreGivenUp) {
+    size_t calls = 0;
+    spooler_.SetHook(WinspoolEnumPrinters,
+                     [&] { PutPrinter(L"Printer " + std::to_wstring(++calls), L"OTHER"); });
+    EXPECT_FALSE(IsUsed(L"PORT"));
+    spooler_.SetHook(WinspoolEnumPrinters, {});
+    EXPECT_EQ(Count(LineLevel::kError, L"error in 2nd enumprinters = 122"), 1U);
+    EXPECT_EQ(calls, 5U);
 }
 
 TEST_F(PrinterEnumerationTest, AListThatDoesNotFitIntoMemoryFreesThePort) {
