@@ -118,10 +118,10 @@ class MovingPrinterTest : public MonitorDiscoveryTest,
         ASSERT_TRUE(WaitUntil([this] { return job_->done(); }));
         EXPECT_TRUE(job_->outcome().printed());
         EXPECT_EQ(job_->attempts(), attempts);
-        const auto received = new_->Documents();
+        const auto received = new_->Documents(1);
         ASSERT_EQ(received.size(), 1u);
         EXPECT_TRUE(received[0] == expected_);
-        for (const auto& beginning : old_->Documents()) {
+        for (const auto& beginning : old_->Documents(0)) {
             ASSERT_LT(beginning.size(), expected_.size());
             EXPECT_TRUE(std::equal(beginning.begin(), beginning.end(), expected_.begin()));
         }

@@ -249,7 +249,7 @@ class PrinterTroubleTest : public PortCallTest, public ::testing::WithParamInter
         EXPECT_EQ(line.printer.Violations(), "");
         size_t whole = 0;
         size_t with_data = 0;
-        for (const Bytes& received : line.printer.Documents()) {
+        for (const Bytes& received : line.printer.Documents(1)) {
             ASSERT_LE(received.size(), line.document.size());
             EXPECT_TRUE(std::equal(received.begin(), received.end(), line.document.begin()))
                 << "what came of an attempt is its beginning";
