@@ -17,7 +17,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/host/monitor_test.h"
+#include "tests/reliability/half_document.h"
 #include "tests/reliability/still_rotation.h"
 #include "tests/reliability/test_hive.h"
 #include "tests/reliability/xcv_client.h"
@@ -103,6 +103,12 @@ class DeathChild {
             registry_.StandStillAt(moment);
             return client.AddPort(L"changed port", kRaw, address_) == ERROR_ALREADY_EXISTS;
         }
+        if (scenario == L"silent add") {
+            const std::string address(address_.begin(), address_.end());
+            registry_.StandStillAt(moment);
+            return client.AddSilently("AR=" + address + ":PR=RAW:PN=changed port") ==
+                   ERROR_SUCCESS;
+        }
         if (scenario == L"configure") {
             XcvClient::Record record;
             if (client.GetPortConfig(L"changed port", record) != ERROR_SUCCESS)
@@ -122,6 +128,8 @@ class DeathChild {
             return WriteHalf(L"raw port");
         if (scenario == L"half a spooled job")
             return WriteHalf(L"lpr port");
+        if (scenario == L"half a streamed job")
+            return WriteHalf(L"xlpr port");
         return scenario == L"delivery" && Deliver();
     }
 
@@ -145,7 +153,7 @@ class DeathChild {
                    : nullptr;
     }
     bool Write(HANDLE port) {
-        std::vector<BYTE> data(300'000, 'x');
+        Bytes data = HalfADocument();
         DWORD written = 0;
         return port != nullptr &&
                library_.table()->pfnWritePort(port, data.data(), static_cast<DWORD>(data.size()),

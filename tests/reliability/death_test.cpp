@@ -14,6 +14,18 @@ TEST_F(DeathTest, InAddPortOfAPortThatThereIs) {
     EXPECT_EQ(KillAtEveryChange(L"add again", true, [this] { ExpectChangedPortCanBeAdded(); }), 7);
 }
 
+TEST_F(DeathTest, InSilentAdd) {
+    const auto look = [this] {
+        const std::wstring wide = raw_->wide_address();
+        const std::string address(wide.begin(), wide.end());
+        XcvClient client(table(), monitor());
+        const DWORD code = client.AddSilently("AR=" + address + ":PR=RAW:PN=changed port");
+        EXPECT_TRUE(code == ERROR_SUCCESS || code == ERROR_ALREADY_EXISTS) << code;
+        ExpectChangedPortCanBeAdded();
+    };
+    EXPECT_EQ(KillAtEveryChange(L"silent add", false, look), 8);
+}
+
 // Each value of the port is the one before or the new one.
 TEST_F(DeathTest, InConfigurePort) {
     const auto look = [this] {

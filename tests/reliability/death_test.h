@@ -11,6 +11,7 @@
 #include "tests/lpr/lpd_printer.h"
 #include "tests/monitor/port_call_test.h"
 #include "tests/reliability/log_check.h"
+#include "tests/reliability/port_names.h"
 #include "tests/reliability/test_hive.h"
 #include "tests/reliability/xcv_client.h"
 
@@ -22,6 +23,7 @@ namespace ksp::test {
 class DeathTest : public PortCallTest {
   protected:
     static constexpr DWORD kLpr = 0;
+    static constexpr DWORD kXlpr = 1;
     static constexpr DWORD kRaw = 2;
     static constexpr DWORD kPatience = 120000;  // milliseconds; beyond this the child hangs
     static constexpr wchar_t kChanged[] = L"changed port";
@@ -44,16 +46,17 @@ class DeathTest : public PortCallTest {
         PortCallTest::TearDown();
     }
 
-    // A registry with a raw and an LPR port, as an earlier life left it.
-    void PrepareWorld() {
+    // A registry with a raw, an LPR and an XLPR port, as an earlier life left it.
+    void PrepareWorld(DWORD monitor_type = 1) {
         Unload();
         hive_.reset();
         TestHive::Remove(hive_name_);
         std::filesystem::remove(directory() + L"\\there");
         hive_.emplace(hive_name_);
-        hive_->SetUpMonitor(directory());
+        hive_->SetUpMonitor(directory(), monitor_type);
         hive_->AddPort(L"raw port", kRaw, raw_->wide_address());
         hive_->AddPort(L"lpr port", kLpr, lpd_->wide_address());
+        hive_->AddPort(L"xlpr port", kXlpr, lpd_->wide_address());
     }
     bool IsThere() const { return std::filesystem::exists(directory() + L"\\there"); }
 
@@ -101,14 +104,24 @@ class DeathTest : public PortCallTest {
         ASSERT_TRUE(library().Load(MonitorLibraryPath()));
         ASSERT_TRUE(library().Initialize(*hive_));
         spooler().PutPort(L"LPT1:");
+        ExpectStoredPortsAreListed();
         XcvClient client(table(), monitor());
         XcvClient::Record record;
         EXPECT_EQ(client.GetPortConfig(L"raw port", record), 0u);
         EXPECT_EQ(XcvClient::AddressIn(record), raw_->wide_address());
-        EXPECT_EQ(client.GetPortConfig(L"lpr port", record), 0u);
-        EXPECT_EQ(XcvClient::AddressIn(record), lpd_->wide_address());
+        for (const wchar_t* port : {L"lpr port", L"xlpr port"}) {
+            EXPECT_EQ(client.GetPortConfig(port, record), 0u);
+            EXPECT_EQ(XcvClient::AddressIn(record), lpd_->wide_address());
+        }
         ExpectRawPrints(L"raw port");
-        ExpectLprPrints();
+        ExpectDaemonPrints(L"lpr port");
+        ExpectDaemonPrints(L"xlpr port");
+    }
+    void ExpectStoredPortsAreListed() {
+        const PortNames stored = hive_->StoredPorts();
+        EXPECT_GE(stored.size(), 3u);
+        for (const DWORD level : {1u, 2u})
+            EXPECT_EQ(EnumeratePorts(table(), monitor(), level), stored);
     }
     void ExpectRawPrints(const std::wstring& port) {
         const size_t before = raw_->connections().size();
@@ -117,13 +130,13 @@ class DeathTest : public PortCallTest {
         ASSERT_TRUE(raw_->WaitForEndings(before + 1));
         EXPECT_TRUE(SameBytes(document, raw_->connections().back().received));
     }
-    void ExpectLprPrints() {
+    void ExpectDaemonPrints(const std::wstring& port) {
         const size_t before = lpd_->connections().size();
         const Bytes document = Document(50'000, static_cast<unsigned>(before));
-        EXPECT_TRUE(Print(QueueJob(L"lpr port", L"queue of lpr port"), document).printed());
+        EXPECT_TRUE(Print(QueueJob(port, L"queue of " + port), document).printed());
         ASSERT_TRUE(lpd_->WaitForEndings(before + 1));
         const auto last = lpd_->connections().back();
-        EXPECT_TRUE(last.has_whole_data);
+        EXPECT_EQ(last.violation, "");
         EXPECT_TRUE(SameBytes(document, Bytes(last.data.begin(), last.data.end())));
     }
     // The change that was interrupted is made again, and then holds.
@@ -151,6 +164,8 @@ class DeathTest : public PortCallTest {
             EXPECT_NE(fate, Fate::kFailed);
             Resurrect();
             look();
+            if (!HasFatalFailure())
+                ExpectStoredPortsAreListed();
             if (HasFatalFailure() || fate != Fate::kKilled)
                 return moment - 1;
         }

@@ -11,11 +11,11 @@
 #include <fstream>
 #include <optional>
 #include <random>
-#include <set>
 #include <thread>
 
 #include "tests/monitor/port_call_test.h"
 #include "tests/reliability/log_check.h"
+#include "tests/reliability/port_names.h"
 #include "tests/reliability/test_hive.h"
 #include "tests/reliability/troubled_printer.h"
 #include "tests/reliability/xcv_client.h"
@@ -69,6 +69,9 @@ void PrintTo(Registry registry, std::ostream* out) {
 
 class StressTest : public PortCallTest, public ::testing::WithParamInterface<Registry> {
   protected:
+    // Seconds: no printer is ill here, however slow the machine is.
+    static constexpr DWORD kReplyTimeout = 300;
+
     void SetUp() override {
         PortCallTest::SetUp();
         if (const char* text = std::getenv("KSPMON_STRESS_SECONDS"))
@@ -77,9 +80,10 @@ class StressTest : public PortCallTest, public ::testing::WithParamInterface<Reg
             hive_name_ = L"kspmon-test stress " + std::to_wstring(GetCurrentProcessId());
             hive_.emplace(hive_name_);
             hive_->SetUpMonitor(directory());
+            hive_->SetSetting(L"WaitServerReplyTimeout", kReplyTimeout);
         } else {
             SetSetting(L"LPRDirectory", directory());
-            SetSetting(L"WaitServerReplyTimeout", 20);
+            SetSetting(L"WaitServerReplyTimeout", kReplyTimeout);
         }
         constexpr DWORD kProtocols[kPorts] = {kRaw, kLpr, kXlpr, kRaw, kRaw, kLpr, kXlpr, kRaw};
         for (size_t index = 0; index < kPorts; ++index) {
@@ -261,17 +265,7 @@ class StressTest : public PortCallTest, public ::testing::WithParamInterface<Reg
         }
     }
     void EnumerateOnce(DWORD level) {
-        DWORD needed = 0;
-        DWORD returned = 0;
-        Bytes buffer(20'000);
-        ASSERT_TRUE(table().pfnEnumPorts(monitor(), nullptr, level, buffer.data(),
-                                         static_cast<DWORD>(buffer.size()), &needed, &returned));
-        std::multiset<std::wstring> names;
-        for (DWORD index = 0; index < returned; ++index) {
-            names.insert(
-                level == 1 ? reinterpret_cast<const PORT_INFO_1W*>(buffer.data())[index].pName
-                           : reinterpret_cast<const PORT_INFO_2W*>(buffer.data())[index].pPortName);
-        }
+        const PortNames names = EnumeratePorts(table(), monitor(), level);
         for (const StressPort& port : ports_)
             EXPECT_EQ(names.count(port.name), 1u);
         EXPECT_LE(names.size(), kPorts + 5);
