@@ -119,6 +119,32 @@ Trouble ClosesEarly() {
         daemon};
 }
 
+// Quick enough for the commands, each of which comes in time.
+Trouble ReadsDataSlowly() {
+    const Course daemon{
+        LpdBehavior{.read_size = 300, .read_pause = 1000, .receive_buffer = kSmallBuffer},
+        {kRecovers},
+        kMuch};
+    return {"ReadsDataSlowly",
+            {PrinterBehavior{.read_size = 300, .read_pause = 1000, .receive_buffer = kSmallBuffer},
+             {kRecovers},
+             kMuch},
+            daemon,
+            daemon};
+}
+
+Trouble ClosesInTheMiddle() {
+    const Course daemon{LpdBehavior{.receive_buffer = kSmallBuffer, .closes_after = 5000},
+                        {kDaemonReplaced},
+                        kMuch};
+    return {"ClosesInTheMiddle",
+            {PrinterBehavior{.receive_buffer = kSmallBuffer, .close_after = 500'000},
+             {kReplaced},
+             kMuch},
+            daemon,
+            daemon};
+}
+
 // The power fails in the middle of the job, and comes back after a while.
 Trouble ComesBackAfterAWhile() {
     const Course daemon{LpdBehavior{.receive_buffer = kSmallBuffer, .resets_after = 5000},
@@ -266,8 +292,9 @@ class PrinterTroubleTest : public PortCallTest, public ::testing::WithParamInter
 
 INSTANTIATE_TEST_SUITE_P(, PrinterTroubleTest,
                          ::testing::Values(Refuses(), DoesNotAnswer(), NeverReads(),
-                                           ReadsOneByteASecond(), ResetsInTheMiddle(),
-                                           ClosesEarly(), ComesBackAfterAWhile()),
+                                           ReadsOneByteASecond(), ReadsDataSlowly(),
+                                           ResetsInTheMiddle(), ClosesEarly(),
+                                           ClosesInTheMiddle(), ComesBackAfterAWhile()),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(PrinterTroubleTest, OrdinaryPorts) {
