@@ -1,5 +1,5 @@
-// A port that is looked up while others in front of it go: every key that goes moves the ones behind
-// it, and an enumeration can step over the one that it looks for.
+// A port that is looked up while others in front of it go: every key that goes moves the ones
+// behind it, and an enumeration can step over the one that it looks for.
 
 #include <functional>
 #include <memory>
@@ -42,8 +42,7 @@ class TimelessRegistry : public FaultyRegistry {
 class BetweenCalls {
   public:
     BetweenCalls(HMODULE library, std::function<void()> happening)
-        : happening_(std::move(happening)),
-          time_("GetSystemTimeAsFileTime", &TellTime, library) {
+        : happening_(std::move(happening)), time_("GetSystemTimeAsFileTime", &TellTime, library) {
         instance_ = this;
     }
     BetweenCalls(const BetweenCalls&) = delete;

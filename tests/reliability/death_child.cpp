@@ -106,8 +106,7 @@ class DeathChild {
         if (scenario == L"silent add") {
             const std::string address(address_.begin(), address_.end());
             registry_.StandStillAt(moment);
-            return client.AddSilently("AR=" + address + ":PR=RAW:PN=changed port") ==
-                   ERROR_SUCCESS;
+            return client.AddSilently("AR=" + address + ":PR=RAW:PN=changed port") == ERROR_SUCCESS;
         }
         if (scenario == L"configure") {
             XcvClient::Record record;

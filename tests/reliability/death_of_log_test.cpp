@@ -123,14 +123,12 @@ std::string NameOfMoment(const ::testing::TestParamInfo<RotationMoment>& test) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(, DeathInARotationTest,
-                         ::testing::Values(RotationMoment::kBeforeIndex,
-                                           RotationMoment::kBeforeCopying,
-                                           RotationMoment::kInCopying,
-                                           RotationMoment::kBehindCopying,
-                                           RotationMoment::kBeforeEmptying,
-                                           RotationMoment::kBehindEmptying),
-                         NameOfMoment);
+INSTANTIATE_TEST_SUITE_P(
+    , DeathInARotationTest,
+    ::testing::Values(RotationMoment::kBeforeIndex, RotationMoment::kBeforeCopying,
+                      RotationMoment::kInCopying, RotationMoment::kBehindCopying,
+                      RotationMoment::kBeforeEmptying, RotationMoment::kBehindEmptying),
+    NameOfMoment);
 
 TEST_P(DeathInARotationTest, AtTheStart) {
     DieAndLive(L"rotate", 0);

@@ -293,8 +293,8 @@ class PrinterTroubleTest : public PortCallTest, public ::testing::WithParamInter
 INSTANTIATE_TEST_SUITE_P(, PrinterTroubleTest,
                          ::testing::Values(Refuses(), DoesNotAnswer(), NeverReads(),
                                            ReadsOneByteASecond(), ReadsDataSlowly(),
-                                           ResetsInTheMiddle(), ClosesEarly(),
-                                           ClosesInTheMiddle(), ComesBackAfterAWhile()),
+                                           ResetsInTheMiddle(), ClosesEarly(), ClosesInTheMiddle(),
+                                           ComesBackAfterAWhile()),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(PrinterTroubleTest, OrdinaryPorts) {

@@ -33,8 +33,7 @@ void TroubledPrinter::Recover() {
 
 std::vector<std::vector<std::uint8_t>> TroubledPrinter::Documents(size_t expected) {
     if (plain_) {
-        static_cast<void>(
-            plain_->WaitForEndings(std::max(expected, plain_->connections().size())));
+        static_cast<void>(plain_->WaitForEndings(std::max(expected, plain_->connections().size())));
     }
     if (daemon_) {
         static_cast<void>(
