@@ -116,13 +116,13 @@ class LpdPrinter::Conversation {
         while (left > 0) {
             const auto& behavior = printer_.behavior_;
             uint64_t most = left;
-            if (behavior.resets_after) {
-                if (received == *behavior.resets_after) {
-                    resets_ = true;
+            for (const auto& end : {behavior.resets_after, behavior.closes_after}) {
+                if (end && received == *end) {
+                    resets_ = end == behavior.resets_after;
                     ending_ = LpdConnection::Ending::kByDaemon;
                     return false;
                 }
-                most = std::min<uint64_t>(most, *behavior.resets_after - received);
+                most = end ? std::min<uint64_t>(most, *end - received) : most;
             }
             if (behavior.stalls_after && !printer_.reading_) {
                 if (received == *behavior.stalls_after) {

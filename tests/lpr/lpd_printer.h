@@ -47,6 +47,8 @@ struct LpdBehavior {
     std::optional<size_t> stalls_after = {};
     // Ends the connection with a reset behind so many bytes of the data file.
     std::optional<size_t> resets_after = {};
+    // Ends the connection orderly behind so many bytes of the data file.
+    std::optional<size_t> closes_after = {};
 };
 
 // One connection as the daemon saw it. The framing of the protocol is taken strictly: what breaks

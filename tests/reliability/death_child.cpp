@@ -4,20 +4,21 @@
 //   death_child SCENARIO MOMENT DIRECTORY HIVE ADDRESS
 //
 // The moment is a change of the registry, counted from 1 within the scenario: it is not carried out
-// any more. Of the rotation of the log, which happens at the start, the moments are 1 before and 2
-// behind the storing of its index. At the moment the file "there" appears in the directory. A
-// scenario that ends before its moment ends the process with 42; everything that does not work as
-// it should, with 1.
+// any more. Of the scenarios "rotate" and "log" it is a RotationMoment of the next rotation of the
+// log. At the moment the file "there" appears in the directory. A scenario that ends before its
+// moment ends the process with 42; everything that does not work as it should, with 1.
 
 #include <windows.h>
 #include <shellapi.h>
 
 #include <atomic>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "tests/host/monitor_test.h"
+#include "tests/reliability/half_document.h"
+#include "tests/reliability/still_rotation.h"
 #include "tests/reliability/test_hive.h"
 #include "tests/reliability/xcv_client.h"
 
@@ -43,7 +44,7 @@ class FatefulRegistry : public TestHive {
         : TestHive(hive), directory_(std::move(directory)) {}
 
     void StandStillAt(int change) { changes_left_ = change; }
-    void StandStillInRotation(int moment) { rotation_moment_ = moment; }
+    void StandStillBeforeIndex() { is_index_fatal_ = true; }
 
     LONG CreateKey(HANDLE parent, LPCWSTR subkey, DWORD options, REGSAM access,
                    PSECURITY_ATTRIBUTES security, PHANDLE result, PDWORD disposition) override {
@@ -56,13 +57,9 @@ class FatefulRegistry : public TestHive {
     }
     LONG SetValue(HANDLE key, LPCWSTR name, DWORD type, const BYTE* data, DWORD size) override {
         Count();
-        const bool rotation = name != nullptr && std::wstring(name) == L"LogFileIndex";
-        if (rotation && rotation_moment_ == 1)
+        if (is_index_fatal_ && name != nullptr && std::wstring(name) == L"LogFileIndex")
             WaitForDeath(directory_);
-        const LONG result = TestHive::SetValue(key, name, type, data, size);
-        if (rotation && rotation_moment_ == 2)
-            WaitForDeath(directory_);
-        return result;
+        return TestHive::SetValue(key, name, type, data, size);
     }
 
   private:
@@ -73,7 +70,7 @@ class FatefulRegistry : public TestHive {
 
     const std::wstring directory_;
     std::atomic<int> changes_left_ = 0;
-    int rotation_moment_ = 0;  // none
+    bool is_index_fatal_ = false;
 };
 
 // Everything here is leaked: the process ends with all of it in use.
@@ -87,12 +84,14 @@ class DeathChild {
     bool Start(const std::wstring& scenario, int moment) {
         if (!spooler_.Connect())
             return false;
-        if (scenario == L"rotate")
-            registry_.StandStillInRotation(moment);
         spooler_.PutPrinter({.name = L"Printer", .port_names = L"elsewhere"});
         spooler_.PutJob(L"Printer", WinspoolControl::SampleJob(1));
         spooler_.PutPort(L"LPT1:");
-        return library_.Load(MonitorLibraryPath()) && library_.Initialize(registry_);
+        if (!library_.Load(MonitorLibraryPath()))
+            return false;
+        if (scenario == L"rotate" || scenario == L"log")
+            StandStillInRotation(static_cast<RotationMoment>(moment));
+        return library_.Initialize(registry_);
     }
     bool Run(const std::wstring& scenario, int moment) {
         XcvClient client(*library_.table(), library_.monitor());
@@ -103,6 +102,11 @@ class DeathChild {
         if (scenario == L"add again") {
             registry_.StandStillAt(moment);
             return client.AddPort(L"changed port", kRaw, address_) == ERROR_ALREADY_EXISTS;
+        }
+        if (scenario == L"silent add") {
+            const std::string address(address_.begin(), address_.end());
+            registry_.StandStillAt(moment);
+            return client.AddSilently("AR=" + address + ":PR=RAW:PN=changed port") == ERROR_SUCCESS;
         }
         if (scenario == L"configure") {
             XcvClient::Record record;
@@ -118,15 +122,24 @@ class DeathChild {
             return client.DeletePort(L"changed port") == ERROR_SUCCESS;
         }
         if (scenario == L"log")
-            LogWithoutEnd();
+            LogWithoutEnd(static_cast<RotationMoment>(moment));
         if (scenario == L"half a job")
             return WriteHalf(L"raw port");
         if (scenario == L"half a spooled job")
             return WriteHalf(L"lpr port");
+        if (scenario == L"half a streamed job")
+            return WriteHalf(L"xlpr port");
         return scenario == L"delivery" && Deliver();
     }
 
   private:
+    void StandStillInRotation(RotationMoment moment) {
+        if (moment == RotationMoment::kBeforeIndex)
+            registry_.StandStillBeforeIndex();
+        rotation_.emplace(library_.module(), moment, [this] { WaitForDeath(directory_); });
+        if (!rotation_->works())
+            TerminateProcess(GetCurrentProcess(), kFailed);
+    }
     HANDLE StartJob(std::wstring port_name) {
         HANDLE port = nullptr;
         std::wstring printer = L"Printer";
@@ -139,7 +152,7 @@ class DeathChild {
                    : nullptr;
     }
     bool Write(HANDLE port) {
-        std::vector<BYTE> data(300'000, 'x');
+        Bytes data = HalfADocument();
         DWORD written = 0;
         return port != nullptr &&
                library_.table()->pfnWritePort(port, data.data(), static_cast<DWORD>(data.size()),
@@ -156,13 +169,16 @@ class DeathChild {
         const HANDLE port = StartJob(L"lpr port");
         return Write(port) && library_.table()->pfnEndDocPort(port);
     }
-    [[noreturn]] void LogWithoutEnd() {
+    // Without a moment of a rotation the time to die is now.
+    [[noreturn]] void LogWithoutEnd(RotationMoment moment) {
         for (int thread = 0; thread < 3; ++thread) {
             std::thread([this] {
                 for (;;)
                     library_.table()->pfnReadPort(nullptr, nullptr, 0, nullptr);
             }).detach();
         }
+        if (moment != RotationMoment::kNone)
+            Sleep(INFINITE);
         WaitForDeath(directory_);
     }
 
@@ -171,6 +187,7 @@ class DeathChild {
     FatefulRegistry registry_;
     WinspoolControl spooler_;
     host::MonitorLibrary library_;
+    std::optional<StillRotation> rotation_;
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 // A port that is deleted under its job, at the moments at which that is hardest.
 
+#include "tests/host/patched_import.h"
 #include "tests/lpr/lpd_printer.h"
 #include "tests/monitor/background.h"
 #include "tests/monitor/port_call_test.h"
@@ -12,6 +13,31 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
+// Opens a gate when a thread in the library has to wait for a slim lock.
+class NotedWaits {
+  public:
+    NotedWaits(HMODULE library, Gate& waiting)
+        : acquire_("AcquireSRWLockExclusive", &Acquire, library) {
+        waiting_ = &waiting;
+    }
+    NotedWaits(const NotedWaits&) = delete;
+    NotedWaits& operator=(const NotedWaits&) = delete;
+
+  private:
+    static void WINAPI Acquire(PSRWLOCK lock) {
+        if (TryAcquireSRWLockExclusive(lock))
+            return;
+        waiting_->Open();
+        AcquireSRWLockExclusive(lock);
+    }
+
+    static Gate* waiting_;
+
+    PatchedImport<decltype(&::AcquireSRWLockExclusive)> acquire_;
+};
+
+Gate* NotedWaits::waiting_ = nullptr;
+
 class DeletedPortTest : public PortCallTest {
   protected:
     // The printer of the job goes by another port, so that the one it prints on may be deleted.
@@ -19,15 +45,6 @@ class DeletedPortTest : public PortCallTest {
         QueueJob(L"ANOTHER");
         const HANDLE port = Open(L"PORT");
         return StartDoc(port).result ? port : nullptr;
-    }
-    bool WaitForLine(const std::string& line) const {
-        for (int round = 0; round < 600; ++round) {
-            for (const std::string& logged : LogNow())
-                if (logged == line)
-                    return true;
-            Sleep(100);
-        }
-        return false;
     }
 };
 
@@ -52,9 +69,10 @@ TEST_F(DeletedPortTest, JobThatEndsAtThatMomentIsNotReportedSent) {
     });
     Background<bool> write([&] { return Write(port, Document(1000)).result; });
     ASSERT_TRUE(inside.Wait());
+    Gate waiting;
+    const NotedWaits notes(library().module(), waiting);
     Background<bool> end([&] { return EndDoc(port); });
-    EXPECT_TRUE(WaitForLine("TRACE called end doc port"));
-    Sleep(200);
+    EXPECT_TRUE(waiting.Wait());
     EXPECT_EQ(DeletePort(L"PORT"), static_cast<DWORD>(ERROR_SUCCESS));
     go.Open();
     static_cast<void>(write.Get());

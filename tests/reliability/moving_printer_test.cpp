@@ -3,6 +3,7 @@
 #include "tests/discovery/monitor_discovery_test.h"
 #include "tests/idprint/confirmation_service.h"
 #include "tests/idprint/header_bytes.h"
+#include "tests/monitor/port_call_test.h"
 #include "tests/reliability/persistent_job.h"
 #include "tests/reliability/troubled_printer.h"
 
@@ -89,10 +90,7 @@ class MovingPrinterTest : public MonitorDiscoveryTest,
         ASSERT_TRUE(Start());
     }
     void StartJob(size_t size) {
-        std::vector<std::uint8_t> document(size);
-        for (size_t i = 0; i < size; ++i) {
-            document[i] = static_cast<std::uint8_t>(i * 7 + i / 256 + i / 65536);
-        }
+        Bytes document = Document(size);
         const std::string header = GetParam().id_print ? HeaderBytes() : std::string();
         expected_.assign(header.begin(), header.end());
         expected_.insert(expected_.end(), document.begin(), document.end());
@@ -118,10 +116,10 @@ class MovingPrinterTest : public MonitorDiscoveryTest,
         ASSERT_TRUE(WaitUntil([this] { return job_->done(); }));
         EXPECT_TRUE(job_->outcome().printed());
         EXPECT_EQ(job_->attempts(), attempts);
-        const auto received = new_->Documents();
+        const auto received = new_->Documents(1);
         ASSERT_EQ(received.size(), 1u);
         EXPECT_TRUE(received[0] == expected_);
-        for (const auto& beginning : old_->Documents()) {
+        for (const auto& beginning : old_->Documents(0)) {
             ASSERT_LT(beginning.size(), expected_.size());
             EXPECT_TRUE(std::equal(beginning.begin(), beginning.end(), expected_.begin()));
         }

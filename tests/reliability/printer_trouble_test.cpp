@@ -119,6 +119,32 @@ Trouble ClosesEarly() {
         daemon};
 }
 
+// Quick enough for the commands, each of which comes in time.
+Trouble ReadsDataSlowly() {
+    const Course daemon{
+        LpdBehavior{.read_size = 300, .read_pause = 1000, .receive_buffer = kSmallBuffer},
+        {kRecovers},
+        kMuch};
+    return {"ReadsDataSlowly",
+            {PrinterBehavior{.read_size = 300, .read_pause = 1000, .receive_buffer = kSmallBuffer},
+             {kRecovers},
+             kMuch},
+            daemon,
+            daemon};
+}
+
+Trouble ClosesInTheMiddle() {
+    const Course daemon{LpdBehavior{.receive_buffer = kSmallBuffer, .closes_after = 5000},
+                        {kDaemonReplaced},
+                        kMuch};
+    return {"ClosesInTheMiddle",
+            {PrinterBehavior{.receive_buffer = kSmallBuffer, .close_after = 500'000},
+             {kReplaced},
+             kMuch},
+            daemon,
+            daemon};
+}
+
 // The power fails in the middle of the job, and comes back after a while.
 Trouble ComesBackAfterAWhile() {
     const Course daemon{LpdBehavior{.receive_buffer = kSmallBuffer, .resets_after = 5000},
@@ -249,7 +275,7 @@ class PrinterTroubleTest : public PortCallTest, public ::testing::WithParamInter
         EXPECT_EQ(line.printer.Violations(), "");
         size_t whole = 0;
         size_t with_data = 0;
-        for (const Bytes& received : line.printer.Documents()) {
+        for (const Bytes& received : line.printer.Documents(1)) {
             ASSERT_LE(received.size(), line.document.size());
             EXPECT_TRUE(std::equal(received.begin(), received.end(), line.document.begin()))
                 << "what came of an attempt is its beginning";
@@ -266,8 +292,9 @@ class PrinterTroubleTest : public PortCallTest, public ::testing::WithParamInter
 
 INSTANTIATE_TEST_SUITE_P(, PrinterTroubleTest,
                          ::testing::Values(Refuses(), DoesNotAnswer(), NeverReads(),
-                                           ReadsOneByteASecond(), ResetsInTheMiddle(),
-                                           ClosesEarly(), ComesBackAfterAWhile()),
+                                           ReadsOneByteASecond(), ReadsDataSlowly(),
+                                           ResetsInTheMiddle(), ClosesEarly(), ClosesInTheMiddle(),
+                                           ComesBackAfterAWhile()),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(PrinterTroubleTest, OrdinaryPorts) {

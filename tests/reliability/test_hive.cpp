@@ -3,7 +3,9 @@
 namespace ksp::test {
 namespace {
 
-constexpr wchar_t kSoftware[] = L"SOFTWARE\\Kestrel\\Kestrel Print";
+constexpr wchar_t kOrdinary[] = L"SOFTWARE\\Kestrel\\Kestrel Print";
+constexpr wchar_t kIdPrint[] = L"SOFTWARE\\Kestrel\\Kestrel Print(ID Print)";
+constexpr DWORD kIdPrintType = 2;
 
 std::wstring PathOf(const std::wstring& name) {
     return L"Software\\" + name;
@@ -35,10 +37,10 @@ void TestHive::Remove(const std::wstring& name) {
     }
 }
 
-void TestHive::SetUpMonitor(const std::wstring& directory) {
-    const DWORD ordinary = 1;
-    RegSetKeyValueW(static_cast<HKEY>(Root()), nullptr, L"KSPRINT_SECURE", REG_DWORD, &ordinary,
-                    sizeof(ordinary));
+void TestHive::SetUpMonitor(const std::wstring& directory, DWORD type) {
+    RegSetKeyValueW(static_cast<HKEY>(Root()), nullptr, L"KSPRINT_SECURE", REG_DWORD, &type,
+                    sizeof(type));
+    software_ = type == kIdPrintType ? kIdPrint : kOrdinary;
     SetSetting(L"ExeDirectory", directory);
     SetSetting(L"LogDirectory", directory);
     SetSetting(L"LogFileName", std::wstring(L"log.txt"));
@@ -48,11 +50,11 @@ void TestHive::SetUpMonitor(const std::wstring& directory) {
 }
 
 void TestHive::SetSetting(const wchar_t* value, DWORD number) {
-    RegSetKeyValueW(machine_, kSoftware, value, REG_DWORD, &number, sizeof(number));
+    RegSetKeyValueW(machine_, software_.c_str(), value, REG_DWORD, &number, sizeof(number));
 }
 
 void TestHive::SetSetting(const wchar_t* value, const std::wstring& text) {
-    RegSetKeyValueW(machine_, kSoftware, value, REG_SZ, text.c_str(),
+    RegSetKeyValueW(machine_, software_.c_str(), value, REG_SZ, text.c_str(),
                     static_cast<DWORD>(text.size() * sizeof(wchar_t)));
 }
 
@@ -66,6 +68,25 @@ void TestHive::AddPort(const std::wstring& name, DWORD protocol, const std::wstr
     RegSetKeyValueW(key, path.c_str(), L"PrinterAddress", REG_SZ, address.c_str(),
                     static_cast<DWORD>(address.size() * sizeof(wchar_t)));
     RegSetKeyValueW(key, path.c_str(), L"QueueName", REG_SZ, L"KSPQueue", 8 * sizeof(wchar_t));
+}
+
+void TestHive::SetPortValue(const std::wstring& name, const wchar_t* value, DWORD number) {
+    RegSetKeyValueW(static_cast<HKEY>(Root()), (L"Ports\\" + name).c_str(), value, REG_DWORD,
+                    &number, sizeof(number));
+}
+
+std::multiset<std::wstring> TestHive::StoredPorts() const {
+    std::multiset<std::wstring> names;
+    HKEY ports = nullptr;
+    RegOpenKeyExW(static_cast<HKEY>(Root()), L"Ports", 0, KEY_READ, &ports);
+    wchar_t name[256];
+    DWORD size = 256;
+    for (DWORD index = 0; RegEnumKeyExW(ports, index, name, &size, nullptr, nullptr, nullptr,
+                                        nullptr) == ERROR_SUCCESS;
+         ++index, size = 256)
+        names.insert(name);
+    RegCloseKey(ports);
+    return names;
 }
 
 LONG TestHive::CreateKey(HANDLE parent, LPCWSTR subkey, DWORD options, REGSAM access,

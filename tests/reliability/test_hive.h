@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "tools/host/real_registry.h"
@@ -19,10 +20,15 @@ class TestHive : public host::RealRegistry {
 
     static void Remove(const std::wstring& name);
 
-    // The settings of an ordinary monitor: its type, and the log at TRACE into that directory.
-    void SetUpMonitor(const std::wstring& directory);
+    // The settings of a monitor: its type (1 ordinary, 2 ID print), and the log at TRACE into that
+    // directory.
+    void SetUpMonitor(const std::wstring& directory, DWORD type = 1);
     void SetSetting(const wchar_t* value, DWORD number);
     void SetSetting(const wchar_t* value, const std::wstring& text);
+    // A DWORD of a port.
+    void SetPortValue(const std::wstring& name, const wchar_t* value, DWORD number);
+    // The names of the ports' keys.
+    [[nodiscard]] std::multiset<std::wstring> StoredPorts() const;
     // A port as the monitor stores it.
     void AddPort(const std::wstring& name, DWORD protocol, const std::wstring& address);
 
@@ -36,6 +42,7 @@ class TestHive : public host::RealRegistry {
     }
 
     HKEY machine_;
+    std::wstring software_;  // the key of the settings
 };
 
 }  // namespace ksp::test

@@ -1,5 +1,6 @@
 #include "tests/reliability/troubled_printer.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace ksp::test {
@@ -30,12 +31,13 @@ void TroubledPrinter::Recover() {
     }
 }
 
-std::vector<std::vector<std::uint8_t>> TroubledPrinter::Documents() {
+std::vector<std::vector<std::uint8_t>> TroubledPrinter::Documents(size_t expected) {
     if (plain_) {
-        static_cast<void>(plain_->WaitForEndings(plain_->connections().size()));
+        static_cast<void>(plain_->WaitForEndings(std::max(expected, plain_->connections().size())));
     }
     if (daemon_) {
-        static_cast<void>(daemon_->WaitForEndings(daemon_->connections().size()));
+        static_cast<void>(
+            daemon_->WaitForEndings(std::max(expected, daemon_->connections().size())));
     }
     Collect();
     return documents_;

@@ -36,8 +36,9 @@ class TroubledPrinter {
     }
 
     // The document bytes of each connection, in their order: all bytes of a plain one, the data
-    // file of one to a daemon. Waits until every connection has ended.
-    [[nodiscard]] std::vector<std::vector<std::uint8_t>> Documents();
+    // file of one to a daemon. Waits until every connection has ended, and for so many to the
+    // present stand-in: a job may be over before its connection was accepted.
+    [[nodiscard]] std::vector<std::vector<std::uint8_t>> Documents(size_t expected);
     // A daemon's complaint about its peer; empty when there is none.
     [[nodiscard]] std::string Violations() const { return violations_; }
 

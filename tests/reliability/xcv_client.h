@@ -31,6 +31,11 @@ class XcvClient {
                             L",NONE,NONE,NONE,1,0,0,0,";
         return Run(L"AddPort", text);
     }
+    // From a text of key=value pairs.
+    DWORD AddSilently(std::string text) {
+        return Call(L"SilentAddPort", reinterpret_cast<PBYTE>(text.data()),
+                    static_cast<DWORD>(text.size() + 1), nullptr, 0);
+    }
     DWORD DeletePort(std::wstring name) { return Run(L"DeletePort", name); }
     DWORD PortExists(std::wstring name) { return Run(L"PortExists", name); }
     bool IsKspPort(std::wstring name) {
