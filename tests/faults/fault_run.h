@@ -15,8 +15,8 @@ namespace ksp::test {
 // The library's whole life with one call that fails: it is loaded and started, a port is added
 // silently and one by its values, that one is configured and asked for, three jobs are printed on
 // it while the printer moves and its status is asked, both ports are deleted, and the library is
-// unloaded. Before that, when the call has failed already, another port is added, prints and is
-// deleted: no lock is held, and nothing is left in a state that hurts.
+// unloaded. Before that, when the call has failed already, another thread adds another port, prints
+// on it and deletes it: no lock is held, and nothing is left in a state that hurts.
 //
 // A step that reports failure is repeated once, as a user would do; without a fault it must then
 // succeed.
