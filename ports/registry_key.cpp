@@ -105,19 +105,20 @@ std::optional<std::wstring> CRegistryKey::ReadText(const wchar_t* name) const {
     return TextOfValue(data, std::min<std::size_t>(size, room));
 }
 
-bool CRegistryKey::ReadSubkey(DWORD index, CSubkey& subkey) const {
+LONG CRegistryKey::EnumSubkey(DWORD index, CSubkey& subkey) const {
     if (m_key == nullptr) {
-        return false;
+        return ERROR_INVALID_HANDLE;
     }
     DWORD length = CSubkey::kRoom;
     FILETIME lastWrite{};
     subkey.name[0] = L'\0';
-    if (m_access->EnumKey(m_key, index, subkey.name, &length, &lastWrite) != ERROR_SUCCESS) {
-        return false;
+    if (const LONG result = m_access->EnumKey(m_key, index, subkey.name, &length, &lastWrite);
+        result != ERROR_SUCCESS) {
+        return result;
     }
     subkey.name[CSubkey::kRoom - 1] = L'\0';
     subkey.lastWrite = NumberOf(lastWrite);
-    return true;
+    return ERROR_SUCCESS;
 }
 
 LONG CRegistryKey::WriteDword(const wchar_t* name, std::uint32_t value) const {

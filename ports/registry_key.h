@@ -49,8 +49,12 @@ class CRegistryKey {
 
     [[nodiscard]] std::optional<std::uint32_t> ReadDword(const wchar_t* name) const;
     [[nodiscard]] std::optional<std::wstring> ReadText(const wchar_t* name) const;
-    // The subkey at the index. False at the end, and at any failure.
-    [[nodiscard]] bool ReadSubkey(DWORD index, CSubkey& subkey) const;
+    // The subkey at the index; ERROR_NO_MORE_ITEMS at the end.
+    [[nodiscard]] LONG EnumSubkey(DWORD index, CSubkey& subkey) const;
+    // The same: false at the end, and at any failure.
+    [[nodiscard]] bool ReadSubkey(DWORD index, CSubkey& subkey) const {
+        return EnumSubkey(index, subkey) == ERROR_SUCCESS;
+    }
 
     LONG WriteDword(const wchar_t* name, std::uint32_t value) const;
     // REG_SZ of exactly two bytes a character, without a terminator.

@@ -63,7 +63,9 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
         return 0;
     }
     CSubkey subkey;
-    for (DWORD index = 0; m_portsKey.ReadSubkey(index, subkey); ++index) {
+    LONG result = ERROR_SUCCESS;
+    for (DWORD index = 0; (result = m_portsKey.EnumSubkey(index, subkey)) == ERROR_SUCCESS;
+         ++index) {
         const std::uint64_t readAt = CAddressTypeCache::Now();
         const CRegistryKey key = OpenPort(subkey.name, KEY_READ);
         if (!key.IsOpen()) {
@@ -79,6 +81,11 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
         } catch (const std::bad_alloc&) {
             Log(LogLevel::kCritical, L"memory allocation error");
         }
+    }
+    if (result != ERROR_NO_MORE_ITEMS && m_portsKey.IsOpen()) {
+        // The ports from here on are missing until the next start; without this line nobody would
+        // know why.
+        Log(LogLevel::kError, L"Unable to enumerate the ports ( %d )", result);
     }
     return 1;
 }
@@ -262,7 +269,8 @@ int CRegistryStore::AddPortKey(const CPortInfo& info) {
     CRegistryKey key;
     {
         const CSubkeyChange change(m_subkeyLock, m_subkeyChanges);
-        // Without a Ports key the port would become a key of the monitor's root, where nobody looks.
+        // Without a Ports key the port would become a key of the monitor's root, where nobody
+        // looks.
         if (!m_portsKey.IsOpen() || key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(),
                                                kReadWrite) != ERROR_SUCCESS) {
             Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());

@@ -96,6 +96,8 @@ TEST_F(RegistryLoadTest, EndsAtAnyFailureWithWhatWasReadSoFar) {
     for (const LONG code : {ERROR_ACCESS_DENIED, ERROR_INVALID_HANDLE, ERROR_MORE_DATA}) {
         registry_.AddFault({.operation = RegistryOperation::kEnumKey, .code = code, .nth = 3});
         EXPECT_THAT(LoadNames(), ElementsAre(L"a", L"b")) << code;
+        EXPECT_EQ(Lines().back(),
+                  "ERROR: Unable to enumerate the ports ( " + std::to_string(code) + " )");
     }
 }
 
