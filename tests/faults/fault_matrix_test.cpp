@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <objbase.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +24,13 @@ namespace {
 constexpr size_t kSample = 8;
 // A run that takes longer hangs, in seconds.
 constexpr int kLongestRun = 120;
+
+// How often a printer is asked how it is depends on time, and with it the number of all calls: the
+// last ones of a run without a fault may not come again. What a printer does wrong it does each
+// time.
+size_t MayBeMissed(Boundary boundary, size_t selected) {
+    return boundary == Boundary::kPrinter ? 0 : std::max<size_t>(1, selected / 20);
+}
 
 // Ends the process when a run does not end, and names it.
 class HangGuard {
@@ -86,7 +94,7 @@ class FaultMatrixTest : public ::testing::TestWithParam<std::tuple<Transport, Bo
     static SharedStandins& standins() { return surroundings_->standins; }
 
     static FaultRun::Result Try(Transport transport, const Fault& fault) {
-        const std::string name = std::string(NameOf(transport)) + ", " + Describe(fault);
+        const std::string name = std::string(NameOf(transport)) + ", " + Describe(transport, fault);
         surroundings_->guard.RunBegins(name);
         if (std::getenv("KSP_FAULTS_VERBOSE") != nullptr) {
             std::printf("%s\n", name.c_str());
@@ -111,15 +119,19 @@ TEST_P(FaultMatrixTest, EachCallFailsOnce) {
     ASSERT_FALSE(HasFailure());
     const std::vector<Fault> faults = FaultsOf(boundary, counts);
     ASSERT_FALSE(faults.empty());
+    const std::vector<Fault> selected = Selected(faults, kSample);
     size_t tried = 0;
-    for (const Fault& fault : Selected(faults, kSample)) {
+    for (const Fault& fault : selected) {
         if (Try(transport, fault).struck) {
             ++tried;
+        } else {
+            std::printf("not struck: %s, %s\n", NameOf(transport),
+                        Describe(transport, fault).c_str());
         }
     }
     std::printf("faults tried: %s %s %zu of %zu\n", NameOf(transport), NameOf(boundary), tried,
                 faults.size());
-    EXPECT_GT(tried, 0U);
+    EXPECT_GE(tried + MayBeMissed(boundary, selected.size()), selected.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,6 +1,6 @@
 #include "tests/faults/fault_world.h"
 
-#include "tests/host/log_file.h"
+#include <algorithm>
 
 namespace ksp::test {
 namespace {
@@ -14,9 +14,14 @@ constexpr char kErrorStateOid[] = "1.3.6.1.2.1.25.3.5.1.2";
 constexpr int kRegistryOperations = static_cast<int>(RegistryOperation::kQueryValue) + 1;
 // A job that is waited for longer than this is deleted, in milliseconds.
 constexpr DWORD kPatience = 20000;
+// The same for a job whose printer refuses every connection: nothing else ends it.
+constexpr DWORD kShortPatience = 5000;
 
-std::wstring Wide(const std::string& text) {
-    return {text.begin(), text.end()};
+std::optional<PrinterFailure> FailureOf(Transport transport, const Fault& fault) {
+    if (fault.boundary != Boundary::kPrinter || fault.kind == Fault::Kind::kNone) {
+        return std::nullopt;
+    }
+    return FailuresOf(transport)[fault.nth - 1];
 }
 
 }  // namespace
@@ -25,7 +30,7 @@ FaultWorld::FaultWorld(Transport transport, const Fault& fault, SharedStandins& 
     : transport_(transport),
       fault_(fault),
       shared_(shared),
-      printers_(transport, fault.boundary == Boundary::kPrinter ? fault.nth : 0) {
+      printers_(transport, FailureOf(transport, fault)) {
     shared_.spooler.Reset();
     shared_.discovery.Reset();
     WriteSettings();
@@ -38,7 +43,10 @@ FaultWorld::FaultWorld(Transport transport, const Fault& fault, SharedStandins& 
         if (watched_job_ == 0) {
             return;
         }
-        if (IsJobInError(watched_job_) || GetTickCount() - watched_since_ > kPatience) {
+        const bool refused = printers_.failure() && printers_.failure()->RefusesConnections() &&
+                             place_ == printers_.beginning();
+        const DWORD patience = refused ? kShortPatience : kPatience;
+        if (IsJobInError(watched_job_) || GetTickCount() - watched_since_ > patience) {
             deleted_ = true;
             shared_.spooler.SetJobStatus(kPrinter, watched_job_, JOB_STATUS_DELETING);
         }
@@ -70,10 +78,12 @@ void FaultWorld::WriteSettings() {
     SetSetting(L"ExeDirectory", DiscoveryControl::FullDirectory());
     SetSetting(L"LogDirectory", directory_.path());
     SetSetting(L"LogFileName", std::wstring(L"log.txt"));
-    SetSetting(L"LogLevel", static_cast<DWORD>(LineLevel::kError));
+    // How a connection failed is known from the library's own lines.
+    SetSetting(L"LogLevel",
+               static_cast<DWORD>(printers_.failure() ? LineLevel::kInfo : LineLevel::kError));
     SetSetting(L"LPRDirectory", directory_.File(L"spool"));
     // Where no printer is silent the wait is for a busy machine only.
-    SetSetting(L"WaitServerReplyTimeout", fault_.boundary == Boundary::kPrinter ? 1 : 20);
+    SetSetting(L"WaitServerReplyTimeout", printers_.failure() ? 2 : 20);
     SetSetting(L"WaitPrinterValueTimeout", 1);
     SetSetting(L"WaitStatusReplyTimeout", 1);
     SetSetting(L"SubnetSegment", 1);
@@ -158,7 +168,38 @@ bool FaultWorld::Struck() {
         case Boundary::kPrinter:
             break;
     }
-    return true;
+    return HasPrinterFailed();
+}
+
+bool FaultWorld::HasPrinterFailed() {
+    if (printer_failed_ || place_ != printers_.beginning()) {
+        return printer_failed_;
+    }
+    const PrinterFailure& failure = *printers_.failure();
+    const bool refuses = failure.RefusesConnections();
+    if (!refuses && !failure.NeverAnswersConnections()) {
+        printer_failed_ = printers_.HaveMisbehaved();
+        return printer_failed_;
+    }
+    const std::wstring said = refuses ? L" -> getsockopt returned" : L" -> select timed out";
+    const std::vector<std::wstring> lines = Log().Messages(LineLevel::kInfo);
+    printer_failed_ = std::any_of(lines.begin(), lines.end(), [&](const std::wstring& line) {
+        return line.find(said) != std::wstring::npos;
+    });
+    return printer_failed_;
+}
+
+std::optional<RegistryCall> FaultWorld::StruckCall() const {
+    if (fault_.boundary != Boundary::kRegistry) {
+        return std::nullopt;
+    }
+    size_t nth = 0;
+    for (RegistryCall& call : registry_.Calls()) {
+        if (fault_.IsOf(call.operation) && ++nth == fault_.nth) {
+            return std::move(call);
+        }
+    }
+    return std::nullopt;
 }
 
 CallCounts FaultWorld::Counts() {
@@ -175,7 +216,9 @@ CallCounts FaultWorld::Counts() {
             shared_.discovery.Calls(static_cast<DiscoveryFunction>(function)).size());
     }
     counts.memory = static_cast<size_t>(shared_.memory.requests);
-    counts.printer = Printers::FailureCount(transport_);
+    counts.printer = FailuresOf(transport_).size();
+    // The ID-print monitor asks no printer how it is.
+    counts.hidden = transport_ == Transport::kIdPrint ? 0 : counts.printer;
     return counts;
 }
 
@@ -183,9 +226,12 @@ void FaultWorld::MoveTo(const std::string& address) {
     if (!place_.empty()) {
         shared_.discovery.RemoveDevice(place_);
     }
+    if (printers_.failure()) {
+        static_cast<void>(HasPrinterFailed());
+    }
     place_ = address;
-    const bool troubled = fault_.boundary == Boundary::kPrinter &&
-                          fault_.kind != Fault::Kind::kNone && address != printers_.second();
+    const bool troubled = printers_.failure() && fault_.kind != Fault::Kind::kHidden &&
+                          address == printers_.beginning();
     shared_.discovery.AddDevice({.address = address, .mac = kNarrowMac});
     shared_.discovery.SetValue(address, kStatusOid, {static_cast<uint8_t>(troubled ? 4 : 3)});
     shared_.discovery.SetValue(address, kErrorStateOid,
@@ -247,8 +293,8 @@ std::vector<std::string> FaultWorld::Leftovers() const {
     return leftovers;
 }
 
-std::string FaultWorld::LogText() const {
-    return LogFile::Read(directory_.File(L"log.txt")).Describe();
+LogFile FaultWorld::Log() const {
+    return LogFile::Read(directory_.File(L"log.txt"));
 }
 
 }  // namespace ksp::test

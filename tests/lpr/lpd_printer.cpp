@@ -116,13 +116,14 @@ class LpdPrinter::Conversation {
         while (left > 0) {
             const auto& behavior = printer_.behavior_;
             uint64_t most = left;
-            if (behavior.resets_after) {
-                if (received == *behavior.resets_after) {
-                    resets_ = true;
-                    ending_ = LpdConnection::Ending::kByDaemon;
-                    return false;
+            const auto& limit =
+                behavior.resets_after ? behavior.resets_after : behavior.closes_after;
+            if (limit) {
+                if (received == *limit) {
+                    resets_ = behavior.resets_after.has_value();
+                    return EndBy(LpdConnection::Ending::kByDaemon);
                 }
-                most = std::min<uint64_t>(most, *behavior.resets_after - received);
+                most = std::min<uint64_t>(most, *limit - received);
             }
             if (behavior.stalls_after && !printer_.reading_) {
                 if (received == *behavior.stalls_after) {
@@ -226,6 +227,7 @@ class LpdPrinter::Conversation {
     // False when the connection is over.
     bool Answer(LpdStep step) {
         const LpdAnswer answer = printer_.AnswerTo(step);
+        Note([step](LpdConnection& seen) { seen.answered.push_back(step); });
         while (answer.is_held && !printer_.released_) {
             if (!Rest()) {
                 return false;
