@@ -82,7 +82,7 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
             Log(LogLevel::kCritical, L"memory allocation error");
         }
     }
-    if (result != ERROR_NO_MORE_ITEMS && m_portsKey.IsOpen()) {
+    if (result != ERROR_NO_MORE_ITEMS) {
         // The ports from here on are missing until the next start; without this line nobody would
         // know why.
         Log(LogLevel::kError, L"Unable to enumerate the ports ( %d )", result);

@@ -109,6 +109,7 @@ TEST_F(RegistryLoadTest, DoesNotLoopWhenThePortsKeyCannotBeRead) {
 
 TEST_F(RegistryLoadTest, DoesNotLoopWhenThePortsKeyIsNotOpen) {
     EXPECT_THAT(LoadNames(), IsEmpty());
+    EXPECT_THAT(Lines(), ElementsAre("ERROR: Unable to enumerate the ports ( 6 )"));
     EXPECT_THAT(registry_.Calls(), IsEmpty());
 }
 
