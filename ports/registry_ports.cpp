@@ -86,7 +86,7 @@ int CRegistryStore::LoadPorts(CPortInfoList& list) {
 bool CRegistryStore::FindPortKey(DWORD index, CSubkey& subkey) const {
     LONG result = m_portsKey.ReadSubkey(index, subkey);
     if (result != ERROR_SUCCESS && result != ERROR_NO_MORE_ITEMS) {
-        Log(LogLevel::kError, L"Unable to enumerate the port keys ( %d )", result);
+        Log(LogLevel::kError, L"Unable to enumerate the ports ( %d )", result);
         result = m_portsKey.ReadSubkey(index, subkey);
     }
     return result == ERROR_SUCCESS;
@@ -272,7 +272,8 @@ int CRegistryStore::AddPortKey(const CPortInfo& info) {
     CRegistryKey key;
     {
         const CSubkeyChange change(m_subkeyLock, m_subkeyChanges);
-        // Without a Ports key the port would become a key of the monitor's root, where nobody looks.
+        // Without a Ports key the port would become a key of the monitor's root, where nobody
+        // looks.
         if (!m_portsKey.IsOpen() || key.Create(m_access, m_portsKey.Get(), info.PortName.c_str(),
                                                kReadWrite) != ERROR_SUCCESS) {
             Log(LogLevel::kError, L"Unable to open key ( %s )", info.PortName.c_str());

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "tests/faults/printer_failures.h"
 #include "tests/faults/system_calls.h"
 
 namespace ksp::test {
@@ -12,7 +13,7 @@ constexpr const char* kOperations[] = {"CreateKey", "OpenKey",      "CloseKey", 
                                        "EnumKey",   "QueryInfoKey", "SetValue", "DeleteValue",
                                        "EnumValue", "QueryValue"};
 
-std::string FunctionName(const Fault& fault) {
+std::string FunctionName(Transport transport, const Fault& fault) {
     switch (fault.boundary) {
         case Boundary::kRegistry:
             return kOperations[fault.function];
@@ -22,8 +23,9 @@ std::string FunctionName(const Fault& fault) {
             return ExportName(static_cast<DiscoveryFunction>(fault.function));
         case Boundary::kSystem:
             return SystemFunctionName(fault.function);
-        case Boundary::kMemory:
         case Boundary::kPrinter:
+            return "'" + FailuresOf(transport)[fault.nth - 1].name + "'";
+        case Boundary::kMemory:
             break;
     }
     return "";
@@ -110,16 +112,25 @@ const char* NameOf(Boundary boundary) {
     return "printer";
 }
 
-std::string Describe(const Fault& fault) {
+std::string Describe(Transport transport, const Fault& fault) {
     if (fault.kind == Fault::Kind::kNone) {
         return "no fault";
     }
     std::string text = NameOf(fault.boundary);
-    if (const std::string name = FunctionName(fault); !name.empty()) {
+    if (const std::string name = FunctionName(transport, fault); !name.empty()) {
         text += " " + name;
     }
-    return text + " " + std::to_string(fault.nth) +
-           (fault.kind == Fault::Kind::kEmpty ? " empty" : "");
+    text += " " + std::to_string(fault.nth);
+    switch (fault.kind) {
+        case Fault::Kind::kEmpty:
+            return text + " empty";
+        case Fault::Kind::kHidden:
+            return text + " hidden";
+        case Fault::Kind::kNone:
+        case Fault::Kind::kRefused:
+            break;
+    }
+    return text;
 }
 
 std::vector<Fault> FaultsOf(Boundary boundary, const CallCounts& counts) {
@@ -144,14 +155,15 @@ std::vector<Fault> FaultsOf(Boundary boundary, const CallCounts& counts) {
             break;
         case Boundary::kPrinter:
             AppendCalls(boundary, {counts.printer}, {Kind::kRefused}, &faults);
+            AppendCalls(boundary, {counts.hidden}, {Kind::kHidden}, &faults);
             break;
     }
     return faults;
 }
 
 std::vector<Fault> Selected(const std::vector<Fault>& faults, size_t sample) {
-    // A prime, so that the sample walks through what repeats itself in a scenario; fixed, so that
-    // it is the same in every run.
+    // Every so many faults, from a place that is the same in every run but moves with the number of
+    // faults, so that the sample is not always the beginning.
     constexpr size_t kStart = 7919;
     std::vector<Fault> selected;
     const Part part = ChosenPart();

@@ -27,6 +27,7 @@ struct Fault {
         kNone,     // nothing fails
         kRefused,  // the call answers with failure and does nothing
         kEmpty,    // the call answers with success and gives nothing
+        kHidden,   // of a printer: it fails, and says that it is ready when it is asked
     };
 
     Boundary boundary = Boundary::kRegistry;
@@ -46,7 +47,7 @@ struct Fault {
 };
 
 // For messages: "registry OpenKey 3".
-std::string Describe(const Fault& fault);
+std::string Describe(Transport transport, const Fault& fault);
 
 // How often everything was called in a run without a fault.
 struct CallCounts {
@@ -56,6 +57,7 @@ struct CallCounts {
     size_t memory = 0;
     std::vector<size_t> system;  // by number of a SystemFunctionName
     size_t printer = 0;          // ways in which a printer of the transport can fail
+    size_t hidden = 0;           // of them, those in which it may say that it is ready
 };
 
 // Every single fault of a boundary, in the order of its functions.

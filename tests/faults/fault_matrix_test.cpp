@@ -3,11 +3,15 @@
 #include <gtest/gtest.h>
 #include <objbase.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "tests/faults/fault_run.h"
 #include "tests/host/monitor_test.h"
@@ -21,7 +25,14 @@ constexpr size_t kSample = 8;
 // A run that takes longer hangs, in seconds.
 constexpr int kLongestRun = 120;
 
-// Ends the process, with its log so far, when a run does not end.
+// How often a printer is asked how it is depends on time, and with it the number of all calls: the
+// last ones of a run without a fault may not come again. What a printer does wrong it does each
+// time.
+size_t MayBeMissed(Boundary boundary, size_t selected) {
+    return boundary == Boundary::kPrinter ? 0 : std::max<size_t>(1, selected / 20);
+}
+
+// Ends the process when a run does not end, and names it.
 class HangGuard {
   public:
     HangGuard() : thread_([this] { Watch(); }) {}
@@ -32,7 +43,11 @@ class HangGuard {
     HangGuard(const HangGuard&) = delete;
     HangGuard& operator=(const HangGuard&) = delete;
 
-    void RunBegins() { left_ = kLongestRun * kTicks; }
+    void RunBegins(std::string run) {
+        const std::lock_guard lock(mutex_);
+        run_ = std::move(run);
+        left_ = kLongestRun * kTicks;
+    }
 
   private:
     static constexpr int kTicks = 10;  // a second
@@ -40,8 +55,9 @@ class HangGuard {
     void Watch() {
         while (!stopping_) {
             Sleep(1000 / kTicks);
+            const std::lock_guard lock(mutex_);
             if (--left_ == 0) {
-                std::printf("a run hangs\n");
+                std::printf("a run hangs: %s\n", run_.c_str());
                 std::fflush(stdout);
                 std::_Exit(3);
             }
@@ -49,7 +65,9 @@ class HangGuard {
     }
 
     std::atomic<bool> stopping_ = false;
-    std::atomic<int> left_ = kLongestRun * kTicks;
+    std::mutex mutex_;
+    std::string run_;
+    int left_ = kLongestRun * kTicks;
     std::thread thread_;
 };
 
@@ -76,14 +94,15 @@ class FaultMatrixTest : public ::testing::TestWithParam<std::tuple<Transport, Bo
     static SharedStandins& standins() { return surroundings_->standins; }
 
     static FaultRun::Result Try(Transport transport, const Fault& fault) {
-        surroundings_->guard.RunBegins();
+        const std::string name = std::string(NameOf(transport)) + ", " + Describe(transport, fault);
+        surroundings_->guard.RunBegins(name);
         if (std::getenv("KSP_FAULTS_VERBOSE") != nullptr) {
-            std::printf("%s: %s\n", NameOf(transport), Describe(fault).c_str());
+            std::printf("%s\n", name.c_str());
             std::fflush(stdout);
         }
         FaultRun::Result result = FaultRun(transport, fault, standins()).Run();
         for (const std::string& finding : result.findings) {
-            ADD_FAILURE() << NameOf(transport) << ", " << Describe(fault) << ": " << finding;
+            ADD_FAILURE() << name << ": " << finding;
         }
         return result;
     }
@@ -102,15 +121,19 @@ TEST_P(FaultMatrixTest, EachCallFailsOnce) {
     ASSERT_FALSE(HasFailure());
     const std::vector<Fault> faults = FaultsOf(boundary, counts);
     ASSERT_FALSE(faults.empty());
+    const std::vector<Fault> selected = Selected(faults, kSample);
     size_t tried = 0;
-    for (const Fault& fault : Selected(faults, kSample)) {
+    for (const Fault& fault : selected) {
         if (Try(transport, fault).struck) {
             ++tried;
+        } else {
+            std::printf("not struck: %s, %s\n", NameOf(transport),
+                        Describe(transport, fault).c_str());
         }
     }
     std::printf("faults tried: %s %s %zu of %zu\n", NameOf(transport), NameOf(boundary), tried,
                 faults.size());
-    EXPECT_GT(tried, 0U);
+    EXPECT_GE(tried + MayBeMissed(boundary, selected.size()), selected.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,5 +1,6 @@
 #include "tests/faults/fault_world.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -20,9 +21,14 @@ constexpr int kRegistryOperations = static_cast<int>(RegistryOperation::kQueryVa
 constexpr DWORD kPatience = 20000;
 // Bytes at which a log is rotated when nothing else is set.
 constexpr size_t kFullLog = size_t{1} << 20;
+// The same for a job whose printer refuses every connection: nothing else ends it.
+constexpr DWORD kShortPatience = 5000;
 
-std::wstring Wide(const std::string& text) {
-    return {text.begin(), text.end()};
+std::optional<PrinterFailure> FailureOf(Transport transport, const Fault& fault) {
+    if (fault.boundary != Boundary::kPrinter || fault.kind == Fault::Kind::kNone) {
+        return std::nullopt;
+    }
+    return FailuresOf(transport)[fault.nth - 1];
 }
 
 }  // namespace
@@ -31,7 +37,7 @@ FaultWorld::FaultWorld(Transport transport, const Fault& fault, SharedStandins& 
     : transport_(transport),
       fault_(fault),
       shared_(shared),
-      printers_(transport, fault.boundary == Boundary::kPrinter ? fault.nth : 0) {
+      printers_(transport, FailureOf(transport, fault)) {
     shared_.spooler.Reset();
     shared_.discovery.Reset();
     WriteSettings();
@@ -44,7 +50,10 @@ FaultWorld::FaultWorld(Transport transport, const Fault& fault, SharedStandins& 
         if (watched_job_ == 0) {
             return;
         }
-        if (IsJobInError(watched_job_) || GetTickCount() - watched_since_ > kPatience) {
+        const bool refused = printers_.failure() && printers_.failure()->RefusesConnections() &&
+                             place_ == printers_.beginning();
+        const DWORD patience = refused ? kShortPatience : kPatience;
+        if (IsJobInError(watched_job_) || GetTickCount() - watched_since_ > patience) {
             deleted_ = true;
             shared_.spooler.SetJobStatus(kPrinter, watched_job_, JOB_STATUS_DELETING);
         }
@@ -76,7 +85,9 @@ void FaultWorld::WriteSettings() {
     SetSetting(L"ExeDirectory", DiscoveryControl::FullDirectory());
     SetSetting(L"LogDirectory", directory_.path());
     SetSetting(L"LogFileName", std::wstring(L"log.txt"));
-    SetSetting(L"LogLevel", static_cast<DWORD>(LineLevel::kError));
+    // How a connection failed is known from the library's own lines.
+    SetSetting(L"LogLevel",
+               static_cast<DWORD>(printers_.failure() ? LineLevel::kInfo : LineLevel::kError));
     if (fault_.boundary == Boundary::kSystem) {
         // Full, so that it is rotated: more calls that can fail.
         std::ofstream(std::filesystem::path(directory_.File(L"log.txt")))
@@ -84,7 +95,7 @@ void FaultWorld::WriteSettings() {
     }
     SetSetting(L"LPRDirectory", directory_.File(L"spool"));
     // Where no printer is silent the wait is for a busy machine only.
-    SetSetting(L"WaitServerReplyTimeout", fault_.boundary == Boundary::kPrinter ? 1 : 20);
+    SetSetting(L"WaitServerReplyTimeout", printers_.failure() ? 2 : 20);
     SetSetting(L"WaitPrinterValueTimeout", 1);
     SetSetting(L"WaitStatusReplyTimeout", 1);
     SetSetting(L"SubnetSegment", 1);
@@ -176,7 +187,38 @@ bool FaultWorld::Struck() {
         case Boundary::kPrinter:
             break;
     }
-    return true;
+    return HasPrinterFailed();
+}
+
+bool FaultWorld::HasPrinterFailed() {
+    if (printer_failed_ || place_ != printers_.beginning()) {
+        return printer_failed_;
+    }
+    const PrinterFailure& failure = *printers_.failure();
+    const bool refuses = failure.RefusesConnections();
+    if (!refuses && !failure.NeverAnswersConnections()) {
+        printer_failed_ = printers_.HaveMisbehaved();
+        return printer_failed_;
+    }
+    const std::wstring said = refuses ? L" -> getsockopt returned" : L" -> select timed out";
+    const std::vector<std::wstring> lines = Log().Messages(LineLevel::kInfo);
+    printer_failed_ = std::any_of(lines.begin(), lines.end(), [&](const std::wstring& line) {
+        return line.find(said) != std::wstring::npos;
+    });
+    return printer_failed_;
+}
+
+std::optional<RegistryCall> FaultWorld::StruckCall() const {
+    if (fault_.boundary != Boundary::kRegistry) {
+        return std::nullopt;
+    }
+    size_t nth = 0;
+    for (RegistryCall& call : registry_.Calls()) {
+        if (fault_.IsOf(call.operation) && ++nth == fault_.nth) {
+            return std::move(call);
+        }
+    }
+    return std::nullopt;
 }
 
 CallCounts FaultWorld::Counts() {
@@ -194,7 +236,9 @@ CallCounts FaultWorld::Counts() {
     }
     counts.memory = static_cast<size_t>(shared_.memory.requests);
     counts.system = SystemCalls::Counts();
-    counts.printer = Printers::FailureCount(transport_);
+    counts.printer = FailuresOf(transport_).size();
+    // The ID-print monitor asks no printer how it is.
+    counts.hidden = transport_ == Transport::kIdPrint ? 0 : counts.printer;
     return counts;
 }
 
@@ -202,9 +246,12 @@ void FaultWorld::MoveTo(const std::string& address) {
     if (!place_.empty()) {
         shared_.discovery.RemoveDevice(place_);
     }
+    if (printers_.failure()) {
+        static_cast<void>(HasPrinterFailed());
+    }
     place_ = address;
-    const bool troubled = fault_.boundary == Boundary::kPrinter &&
-                          fault_.kind != Fault::Kind::kNone && address != printers_.second();
+    const bool troubled = printers_.failure() && fault_.kind != Fault::Kind::kHidden &&
+                          address == printers_.beginning();
     shared_.discovery.AddDevice({.address = address, .mac = kNarrowMac});
     shared_.discovery.SetValue(address, kStatusOid, {static_cast<uint8_t>(troubled ? 4 : 3)});
     shared_.discovery.SetValue(address, kErrorStateOid,
@@ -269,8 +316,8 @@ std::vector<std::string> FaultWorld::Leftovers() const {
     return leftovers;
 }
 
-std::string FaultWorld::LogText() const {
-    return LogFile::Read(directory_.File(L"log.txt")).Describe();
+LogFile FaultWorld::Log() const {
+    return LogFile::Read(directory_.File(L"log.txt"));
 }
 
 }  // namespace ksp::test

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "tests/faults/printers.h"
 #include "tests/host/discovery_control.h"
 #include "tests/host/faulty_registry.h"
+#include "tests/host/log_file.h"
 #include "tests/host/temp_directory.h"
 #include "tests/host/winspool_control.h"
 #include "tools/host/memory_registry.h"
@@ -42,12 +44,14 @@ class FaultWorld {
     void Arm();
     // Nothing fails any more.
     void Disarm();
-    // Whether the call that fails was made.
+    // Whether the call that fails was made, or the printer really did what it does wrong.
     [[nodiscard]] bool Struck();
     [[nodiscard]] CallCounts Counts();
+    // The registry call that failed.
+    [[nodiscard]] std::optional<RegistryCall> StruckCall() const;
 
     // The printer answers searches and questions at this address, and nowhere else. A printer whose
-    // part it is to fail also says so until it moves to its second place.
+    // part it is to fail also says so where it fails, unless that is hidden.
     void MoveTo(const std::string& address);
 
     // The port's printer has a job; its number makes its contents.
@@ -70,9 +74,10 @@ class FaultWorld {
     Printers& printers() { return printers_; }
     [[nodiscard]] Transport transport() const { return transport_; }
     [[nodiscard]] DWORD protocol() const;
-    [[nodiscard]] std::string LogText() const;
+    [[nodiscard]] LogFile Log() const;
 
   private:
+    [[nodiscard]] bool HasPrinterFailed();
     void WriteSettings();
     void SetSetting(const std::wstring& name, const std::wstring& text);
     void SetSetting(const std::wstring& name, DWORD number);
@@ -86,6 +91,7 @@ class FaultWorld {
     std::wstring software_key_;
     Printers printers_;
     std::string place_;
+    bool printer_failed_ = false;
     DWORD watched_job_ = 0;
     DWORD watched_since_ = 0;
     bool deleted_ = false;

@@ -11,7 +11,7 @@ namespace ksp::test {
 // refused. It lives in the test program, so that it covers everything from the loading of the
 // library to its end; the library finds it through an environment variable.
 struct MemoryPlan {
-    volatile LONG requests = 0;  // since the last Count
+    volatile LONG requests = 0;  // since it was last set to 0
     volatile LONG refused = 0;   // the number of the request to refuse, from 1; 0: none
     volatile LONG struck = 0;    // 1 once that request was made
     volatile LONG blocks = 0;    // handed out and not given back

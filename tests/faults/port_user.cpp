@@ -7,10 +7,6 @@
 namespace ksp::test {
 namespace {
 
-std::wstring Wide(const std::string& text) {
-    return {text.begin(), text.end()};
-}
-
 std::vector<BYTE> BytesOf(const std::wstring& text) {
     std::vector<BYTE> bytes((text.size() + 1) * sizeof(wchar_t));
     std::memcpy(bytes.data(), text.c_str(), bytes.size());

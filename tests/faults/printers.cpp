@@ -6,7 +6,6 @@ namespace ksp::test {
 namespace {
 
 using standins::LoopbackPrinter;
-using standins::LpdAnswer;
 using standins::LpdBehavior;
 using standins::LpdConnection;
 using standins::LpdPrinter;
@@ -14,56 +13,7 @@ using standins::LpdStep;
 using standins::PrinterBehavior;
 using standins::PrinterConnection;
 
-// A raw printer says nothing about what it took: one that goes with the last bytes of a job in its
-// buffers is not found out by anybody, so each of these fails earlier.
-std::vector<PrinterBehavior> RawFailures() {
-    std::vector<PrinterBehavior> failures = {{.answer = PrinterBehavior::Answer::kRefuse},
-                                             {.answer = PrinterBehavior::Answer::kNeverAnswer}};
-    for (const size_t bytes : {size_t{0}, size_t{1}, Printers::kChunk}) {
-        failures.push_back({.close_after = bytes});
-        failures.push_back({.reset_after = bytes});
-    }
-    return failures;
-}
-
-std::vector<ConfirmationBehavior> CheckFailures() {
-    return {
-        {.closes = true},
-        {},
-        {.reply = {{ReplyCode(100)}}, .closes = true},
-        {.reply = {{ReplyCode(101) + "OK"}}},
-        {.reply = {{ReplyCode(100) + "NO"}}},
-    };
-}
-
-std::vector<LpdBehavior> DaemonFailures(Transport transport) {
-    std::vector<LpdBehavior> failures = {{.refuses = true}, {.hangs_up = true}};
-    using Then = LpdAnswer::Then;
-    const std::string good(1, '\0');
-    std::vector<LpdStep> steps = {LpdStep::kReceiveJob, LpdStep::kControlCommand,
-                                  LpdStep::kControlFile, LpdStep::kDataCommand};
-    if (transport == Transport::kLpr) {
-        steps.push_back(LpdStep::kDataFile);
-    }
-    for (const LpdStep step : steps) {
-        std::vector<LpdAnswer> answers = {{.bytes = ""},
-                                          {.bytes = "\1"},
-                                          {.bytes = "", .then = Then::kClose},
-                                          {.bytes = "", .then = Then::kReset}};
-        if (step != LpdStep::kDataFile) {
-            // Behind the last acknowledgement the job is at the printer.
-            answers.push_back({.bytes = good, .then = Then::kClose});
-            answers.push_back({.bytes = good, .then = Then::kReset});
-        }
-        for (const LpdAnswer& answer : answers) {
-            failures.push_back({.answers = {{step, answer}}});
-        }
-    }
-    for (const size_t bytes : {size_t{1}, Printers::kChunk}) {
-        failures.push_back({.resets_after = bytes});
-    }
-    return failures;
-}
+constexpr size_t kRequestSize = 8;  // of the reachability check
 
 std::string TextOf(const std::vector<uint8_t>& bytes) {
     return {bytes.begin(), bytes.end()};
@@ -71,53 +21,87 @@ std::string TextOf(const std::vector<uint8_t>& bytes) {
 
 }  // namespace
 
-size_t Printers::FailureCount(Transport transport) {
-    switch (transport) {
-        case Transport::kRaw:
-            return RawFailures().size();
-        case Transport::kIdPrint:
-            return RawFailures().size() + CheckFailures().size();
-        case Transport::kLpr:
-        case Transport::kXlpr:
-            break;
-    }
-    return DaemonFailures(transport).size();
+std::wstring Wide(const std::string& address) {
+    return {address.begin(), address.end()};
 }
 
-Printers::Printers(Transport transport, size_t failure)
+Printers::Printers(Transport transport, std::optional<PrinterFailure> failure)
     : transport_(transport),
+      failure_(std::move(failure)),
       first_(standins::NewLoopbackAddress()),
       second_(standins::NewLoopbackAddress()),
       nobody_(standins::NewLoopbackAddress()) {
-    if (transport == Transport::kRaw || transport == Transport::kIdPrint) {
-        const std::vector<PrinterBehavior> failures = RawFailures();
-        Add(first_,
-            failure >= 1 && failure <= failures.size() ? failures[failure - 1] : PrinterBehavior{});
-        Add(second_, PrinterBehavior{});
-        if (transport == Transport::kIdPrint) {
-            AddChecks(first_, failure > failures.size()
-                                  ? CheckFailures()[failure - failures.size() - 1]
-                                  : Ready());
-            AddChecks(second_, Ready());
+    const bool daemons = transport == Transport::kLpr || transport == Transport::kXlpr;
+    if (transport == Transport::kLpr) {
+        refusing_ = standins::NewLoopbackAddress();
+    }
+    if (failure_) {
+        AddFailing(beginning());
+    } else if (transport == Transport::kLpr) {
+        Add(refusing_, LpdBehavior{.answers = {{LpdStep::kControlCommand, {.bytes = "\1"}}}});
+    }
+    for (const std::string& address : {first_, second_}) {
+        const bool fails = failure_ && address == beginning();
+        const bool fails_at_check = fails && failure_->at_check;
+        if (daemons && !fails) {
+            Add(address, LpdBehavior{});
+        } else if (!daemons && (!fails || fails_at_check)) {
+            Add(address, PrinterBehavior{});
         }
-        return;
+        if (transport == Transport::kIdPrint && !fails_at_check) {
+            AddChecks(address, Ready());
+        }
     }
-    Add(second_, LpdBehavior{});
-    LpdBehavior failing = failure == 0 ? LpdBehavior{} : DaemonFailures(transport)[failure - 1];
-    if (transport == Transport::kXlpr) {
-        Add(first_, std::move(failing));
-        return;
+}
+
+void Printers::AddFailing(const std::string& address) {
+    if (const auto* daemon = std::get_if<LpdBehavior>(&failure_->behavior)) {
+        Add(address, *daemon);
+    } else if (const auto* check = std::get_if<ConfirmationBehavior>(&failure_->behavior)) {
+        AddChecks(address, *check);
+    } else if (const auto& listener = std::get<PrinterBehavior>(failure_->behavior);
+               failure_->at_check) {
+        broken_check_ =
+            std::make_unique<LoopbackPrinter>(listener, standins::Endpoint{address, kCheckPort});
+    } else {
+        Add(address, listener);
     }
-    Add(first_, LpdBehavior{});
-    refusing_ = standins::NewLoopbackAddress();
-    if (failure == 0) {
-        failing.answers[LpdStep::kControlCommand] = {.bytes = "\1"};
+}
+
+void Printers::EndSilence() {
+    for (const auto& printer : raw_) {
+        printer->StartAnswering();
     }
-    Add(refusing_, std::move(failing));
+}
+
+bool Printers::HaveMisbehaved() {
+    if (const auto* daemon = std::get_if<LpdBehavior>(&failure_->behavior)) {
+        const std::vector<LpdConnection> connections = daemons_.front()->connections();
+        return std::any_of(connections.begin(), connections.end(), [&](const auto& connection) {
+            if (daemon->answers.empty()) {
+                return connection.ending == LpdConnection::Ending::kByDaemon;
+            }
+            return std::count(connection.answered.begin(), connection.answered.end(),
+                              daemon->answers.begin()->first) > 0;
+        });
+    }
+    if (std::holds_alternative<ConfirmationBehavior>(failure_->behavior)) {
+        const std::vector<std::string> requests = checks_.front()->Requests(0);
+        return std::any_of(requests.begin(), requests.end(), [](const std::string& request) {
+            return request.size() >= kRequestSize;
+        });
+    }
+    const std::vector<PrinterConnection> connections =
+        (broken_check_ ? broken_check_ : raw_.front())->connections();
+    return std::any_of(connections.begin(), connections.end(), [](const auto& connection) {
+        return connection.ending == PrinterConnection::Ending::kByPrinter;
+    });
 }
 
 void Printers::Add(const std::string& address, PrinterBehavior behavior) {
-    const uint16_t port = transport_ == Transport::kIdPrint ? kRawPort : LoopbackPrinter::kRawPort;
+    const uint16_t port = transport_ == Transport::kIdPrint ? kRawPort
+                          : transport_ == Transport::kRaw   ? LoopbackPrinter::kRawPort
+                                                            : LpdPrinter::kPort;
     raw_.push_back(
         std::make_unique<LoopbackPrinter>(std::move(behavior), standins::Endpoint{address, port}));
 }
@@ -136,15 +120,17 @@ bool Printers::ready() const {
     const auto is_ready = [](const auto& printer) { return printer->ready(); };
     return std::all_of(raw_.begin(), raw_.end(), is_ready) &&
            std::all_of(daemons_.begin(), daemons_.end(), is_ready) &&
-           std::all_of(checks_.begin(), checks_.end(), is_ready);
+           std::all_of(checks_.begin(), checks_.end(), is_ready) &&
+           (broken_check_ == nullptr || broken_check_->ready());
 }
 
-std::vector<std::string> Printers::Payloads(bool without_end) {
-    std::vector<std::string> payloads;
+std::vector<Arrival> Printers::Arrivals(bool without_end) {
+    std::vector<Arrival> arrivals;
     for (const auto& printer : raw_) {
         static_cast<void>(printer->WaitForEndings(printer->connections().size()));
         for (const PrinterConnection& connection : printer->connections()) {
-            payloads.push_back(TextOf(connection.received));
+            arrivals.push_back({TextOf(connection.received),
+                                connection.ending == PrinterConnection::Ending::kByPeer});
         }
     }
     for (const auto& daemon : daemons_) {
@@ -156,12 +142,10 @@ std::vector<std::string> Printers::Payloads(bool without_end) {
             const bool ended = transport_ == Transport::kLpr
                                    ? connection.has_whole_data || came
                                    : connection.ending == LpdConnection::Ending::kByPeer;
-            if (ended) {
-                payloads.push_back(connection.data);
-            }
+            arrivals.push_back({connection.data, ended});
         }
     }
-    return payloads;
+    return arrivals;
 }
 
 }  // namespace ksp::test

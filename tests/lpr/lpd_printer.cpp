@@ -119,8 +119,7 @@ class LpdPrinter::Conversation {
             for (const auto& end : {behavior.resets_after, behavior.closes_after}) {
                 if (end && received == *end) {
                     resets_ = end == behavior.resets_after;
-                    ending_ = LpdConnection::Ending::kByDaemon;
-                    return false;
+                    return EndBy(LpdConnection::Ending::kByDaemon);
                 }
                 most = end ? std::min<uint64_t>(most, *end - received) : most;
             }
@@ -226,6 +225,7 @@ class LpdPrinter::Conversation {
     // False when the connection is over.
     bool Answer(LpdStep step) {
         const LpdAnswer answer = printer_.AnswerTo(step);
+        Note([step](LpdConnection& seen) { seen.answered.push_back(step); });
         while (answer.is_held && !printer_.released_) {
             if (!Rest()) {
                 return false;

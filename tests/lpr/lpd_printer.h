@@ -45,9 +45,8 @@ struct LpdBehavior {
     int receive_buffer = 0;
     // Reads no more than so many bytes of the data file until StartReading.
     std::optional<size_t> stalls_after = {};
-    // Ends the connection with a reset behind so many bytes of the data file.
+    // Ends the connection with a reset, or orderly, behind so many bytes of the data file.
     std::optional<size_t> resets_after = {};
-    // Ends the connection orderly behind so many bytes of the data file.
     std::optional<size_t> closes_after = {};
 };
 
@@ -68,6 +67,8 @@ struct LpdConnection {
     // it sends ends the data by closing.
     bool has_whole_data = false;
     std::string violation;
+    // Every step whose turn to be answered came, also when the answer was silence.
+    std::vector<LpdStep> answered;
     Ending ending = Ending::kOpen;
 };
 

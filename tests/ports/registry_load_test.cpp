@@ -97,7 +97,7 @@ TEST_F(RegistryLoadTest, AKeyThatCannotBeEnumeratedIsTriedAgain) {
     for (const LONG code : {ERROR_ACCESS_DENIED, ERROR_INVALID_HANDLE, ERROR_MORE_DATA}) {
         registry_.AddFault({.operation = RegistryOperation::kEnumKey, .code = code, .nth = 2});
         EXPECT_THAT(LoadNames(), ElementsAre(L"a", L"b", L"c")) << code;
-        EXPECT_THAT(Lines(), Contains("ERROR: Unable to enumerate the port keys ( " +
+        EXPECT_THAT(Lines(), Contains("ERROR: Unable to enumerate the ports ( " +
                                       std::to_string(code) + " )"));
     }
 }
@@ -114,7 +114,7 @@ TEST_F(RegistryLoadTest, EndsAtAFailureThatStaysWithWhatWasReadSoFar) {
     EXPECT_THAT(LoadNames(), ElementsAre(L"a", L"b"));
     EXPECT_THAT(Lines(),
                 ElementsAre("INFO: Load Port : a", "INFO: Load Port : b",
-                            "ERROR: Unable to enumerate the port keys ( 5 )"));
+                            "ERROR: Unable to enumerate the ports ( 5 )"));
 }
 
 TEST_F(RegistryLoadTest, DoesNotLoopWhenThePortsKeyCannotBeRead) {
@@ -125,6 +125,7 @@ TEST_F(RegistryLoadTest, DoesNotLoopWhenThePortsKeyCannotBeRead) {
 
 TEST_F(RegistryLoadTest, DoesNotLoopWhenThePortsKeyIsNotOpen) {
     EXPECT_THAT(LoadNames(), IsEmpty());
+    EXPECT_THAT(Lines(), ElementsAre("ERROR: Unable to enumerate the ports ( 6 )"));
     EXPECT_THAT(registry_.Calls(), IsEmpty());
 }
 
