@@ -19,11 +19,13 @@ LONG MachineRegistry::Open(const std::wstring& path, REGSAM rights, CRegistryKey
 }
 
 LONG MachineRegistry::Create(const std::wstring& path, CRegistryKey* key, bool* created) {
+    CRegistryKey existing;
+    const LONG before = Open(path, KEY_READ, &existing);
+    const LONG code = key->Create(access_, root_, path.c_str(), KEY_READ | KEY_WRITE);
     if (created != nullptr) {
-        CRegistryKey existing;
-        *created = Open(path, KEY_READ, &existing) != ERROR_SUCCESS;
+        *created = before == ERROR_FILE_NOT_FOUND && code == ERROR_SUCCESS;
     }
-    return key->Create(access_, root_, path.c_str(), KEY_READ | KEY_WRITE);
+    return code;
 }
 
 std::optional<MonitorType> MachineRegistry::InstalledType(const std::wstring& monitor) {

@@ -23,7 +23,7 @@ class MachineRegistry {
     [[nodiscard]] LONG Connect(const std::wstring& unc_name);
 
     [[nodiscard]] LONG Open(const std::wstring& path, REGSAM rights, CRegistryKey* key);
-    // `created` tells whether the key is new; it may be null.
+    // `created` tells whether the key is new; it may be null. One that cannot be read is not new.
     [[nodiscard]] LONG Create(const std::wstring& path, CRegistryKey* key, bool* created = nullptr);
     // The kind that is installed under that name; none when it is not installed.
     [[nodiscard]] std::optional<MonitorType> InstalledType(const std::wstring& monitor);
