@@ -40,4 +40,16 @@ MachineSettings::~MachineSettings() {
     }
 }
 
+void MachineSettings::SetReplyTimeout(unsigned seconds) {
+    if (!MachineIsOurs()) {
+        return;
+    }
+    ctl::MachineRegistry registry;
+    for (const MonitorType type : kTypes) {
+        CRegistryKey key;
+        static_cast<void>(registry.Create(ctl::SoftwareKeyPath(type), &key));
+        key.WriteDword(L"WaitServerReplyTimeout", seconds);
+    }
+}
+
 }  // namespace ksp::test
