@@ -55,9 +55,4 @@ std::wstring MonitorKeyPath(const std::wstring& monitor) {
     return L"SYSTEM\\CurrentControlSet\\Control\\Print\\Monitors\\" + monitor;
 }
 
-std::wstring SoftwareKeyPath(MonitorType type) {
-    return type == MonitorType::kIdPrint ? L"SOFTWARE\\Kestrel\\Kestrel Print(ID Print)"
-                                         : L"SOFTWARE\\Kestrel\\Kestrel Print";
-}
-
 }  // namespace ksp::ctl

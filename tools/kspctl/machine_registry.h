@@ -8,6 +8,7 @@
 #include "ports/monitor_type.h"
 #include "ports/registry_key.h"
 #include "support/windows_handles.h"
+#include "tools/print/software_key.h"
 
 namespace ksp::ctl {
 
@@ -46,6 +47,6 @@ inline constexpr wchar_t kMonitorTypeValue[] = L"KSPRINT_SECURE";
 // Where the spooler keeps what it knows of a monitor.
 [[nodiscard]] std::wstring MonitorKeyPath(const std::wstring& monitor);
 // Where the monitor's settings lie.
-[[nodiscard]] std::wstring SoftwareKeyPath(MonitorType type);
+using print::SoftwareKeyPath;
 
 }  // namespace ksp::ctl
