@@ -8,8 +8,8 @@
 #include "tests/host/discovery_control.h"
 #include "tests/host/winspool_control.h"
 #include "tests/idprint/confirmation_service.h"
+#include "tests/standins/held_port.h"
 #include "tests/standins/loopback_printer.h"
-#include "tests/standins/loopback_socket.h"
 #include "tests/tools/captured_output.h"
 #include "tests/tools/machine_settings.h"
 
@@ -70,6 +70,14 @@ class KspctlCheckTest : public ::testing::Test {
         network_.AddDevice({.address = address, .mac = "0026AB123456", .name = "Kestrel 9"});
         network_.SetValue(address, kStatusOid, {state, 0, 0, 0});
         network_.SetValue(address, kErrorsOid, {errors});
+    }
+
+    // The port prints to a printer's queue over LPR.
+    void UseQueueOf(const LoopbackPrinter& printer) {
+        port_.PrinterAddress = printer.wide_address();
+        port_.ProtocolID = 0;
+        port_.PortNumber = 515;
+        port_.QueueName = L"auto";
     }
 
     // The line of a step.
@@ -194,23 +202,15 @@ LoopbackPrinter LprPrinter(const std::string& answer) {
 constexpr std::uint16_t kFirstReserved = 721;
 constexpr std::uint16_t kLastReserved = 731;
 
-// Keeps every port busy that jobs come from. One that an ended connection still has comes free
-// after a minute or two.
+// Keeps every port busy that jobs come from.
 std::vector<standins::Socket> TakeReservedPorts() {
     CSLIpAddr local;
     EXPECT_EQ(local.getLocalHost(), 0u);
     const std::wstring text = local.Text();
     std::vector<standins::Socket> taken;
     for (std::uint16_t port = kFirstReserved; port <= kLastReserved; ++port) {
-        standins::Socket socket;
-        for (int seconds = 0; seconds < 180 && !socket.valid(); ++seconds) {
-            socket = standins::BindTo({std::string(text.begin(), text.end()), port});
-            if (!socket.valid()) {
-                Sleep(1000);
-            }
-        }
-        EXPECT_TRUE(socket.valid()) << "port " << port << " stays busy";
-        taken.push_back(std::move(socket));
+        taken.push_back(standins::HoldPort({std::string(text.begin(), text.end()), port}));
+        EXPECT_TRUE(taken.back().valid()) << "port " << port << " stays busy";
     }
     return taken;
 }
@@ -220,10 +220,7 @@ TEST_F(KspctlCheckTest, ARefusalOfAQuestionFromAnOrdinaryPortIsNoRefusalOfJobs) 
     const auto taken = TakeReservedPorts();
     const LoopbackPrinter printer = LprPrinter("your host may not use this printer\n");
     ASSERT_TRUE(printer.ready());
-    port_.PrinterAddress = printer.wide_address();
-    port_.ProtocolID = 0;
-    port_.PortNumber = 515;
-    port_.QueueName = L"auto";
+    UseQueueOf(printer);
     const KspctlRun run = RunKspctl({L"test", L"Office"});
     EXPECT_EQ(run.code, ExitCode::kDone);
     EXPECT_THAT(Step(run, L"queue"), StartsWith(L"attention"));
@@ -233,10 +230,7 @@ TEST_F(KspctlCheckTest, ARefusalOfAQuestionFromAnOrdinaryPortIsNoRefusalOfJobs) 
 TEST_F(KspctlCheckTest, AnLprQueueIsAskedForFromThePortsThatJobsComeFrom) {
     const LoopbackPrinter printer = LprPrinter(std::string(1, '\0'));
     ASSERT_TRUE(printer.ready());
-    port_.PrinterAddress = printer.wide_address();
-    port_.ProtocolID = 0;
-    port_.PortNumber = 515;
-    port_.QueueName = L"auto";
+    UseQueueOf(printer);
     EXPECT_EQ(RunKspctl({L"test", L"Office"}).code, ExitCode::kDone);
     std::size_t questions = 0;
     for (const standins::PrinterConnection& connection : printer.connections()) {
@@ -266,10 +260,7 @@ TEST_F(KspctlCheckTest, APrinterThatTellsItsQueueInPiecesIsListenedToForOneTimeo
                                        }},
                                   {"", 515});
     ASSERT_TRUE(printer.ready());
-    port_.PrinterAddress = printer.wide_address();
-    port_.ProtocolID = 0;
-    port_.PortNumber = 515;
-    port_.QueueName = L"auto";
+    UseQueueOf(printer);
     const KspctlRun run = RunKspctl({L"test", L"Office"});
     EXPECT_EQ(run.code, ExitCode::kDone);
     EXPECT_THAT(Step(run, L"queue"), StartsWith(L"passed"));
@@ -290,10 +281,7 @@ TEST_F(KspctlCheckTest, AnLprQueueIsAskedWhetherItTakesJobsAndForItsState) {
     for (const auto& one : cases) {
         const LoopbackPrinter printer = LprPrinter(one.answer);
         ASSERT_TRUE(printer.ready());
-        port_.PrinterAddress = printer.wide_address();
-        port_.ProtocolID = 0;
-        port_.PortNumber = 515;
-        port_.QueueName = L"auto";
+        UseQueueOf(printer);
         const KspctlRun run = RunKspctl({L"test", L"Office"});
         EXPECT_EQ(run.code, one.code) << one.answer;
         EXPECT_THAT(Step(run, L"queue"), StartsWith(one.result));
@@ -310,9 +298,7 @@ TEST_F(KspctlCheckTest, AnLprQueueIsAskedWhetherItTakesJobsAndForItsState) {
 TEST_F(KspctlCheckTest, AQueueIsNotAskedForWithoutAConnection) {
     LoopbackPrinter printer({.answer = PrinterBehavior::Answer::kRefuse}, {"", 515});
     ASSERT_TRUE(printer.ready());
-    port_.PrinterAddress = printer.wide_address();
-    port_.ProtocolID = 0;
-    port_.PortNumber = 515;
+    UseQueueOf(printer);
     const KspctlRun run = RunKspctl({L"test", L"Office"});
     EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
     EXPECT_THAT(Step(run, L"queue"), StartsWith(L"skipped"));

@@ -2,8 +2,8 @@
 
 namespace ksp::test {
 
-// Whether the machine's registry is Wine's, which is the tests' own: elsewhere an installed monitor's
-// keys would be lost.
+// Whether the machine's registry is Wine's, which is the tests' own: elsewhere an installed
+// monitor's keys would be lost.
 [[nodiscard]] bool MachineIsOurs();
 
 // The monitor's settings in the registry of the machine that the tests run on, of both kinds of the
