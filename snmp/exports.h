@@ -20,10 +20,10 @@ int KSInitialize(void* stream, int reserved);
 int KSSetProbeMode(void* stream, const char* document);
 // Searches the networks of all interfaces (but not of the loopback, unless the registry asks for
 // it) and those of the probe-mode document, over IPv4. Every address is asked once and as often
-// again as the document says, two of them in a millisecond and at most 64 at once. A device that answers is
-// called back once, with the code 0, when its capability document is complete; what it is called
-// back with belongs to the library and is good until the stream's next search or end. The search is
-// over when the document's time-out has passed since the last address was first asked.
+// again as the document says, two of them in a millisecond and at most 64 at once. A device that
+// answers is called back once, with the code 0, when its capability document is complete; what it
+// is called back with belongs to the library and is good until the stream's next search or end. The
+// search is over when the document's time-out has passed since the last address was first asked.
 //
 // Codes below 0 come with the device 0: snmp::ProbeError. Of a network of more than 4096 addresses
 // only the 4096 around its stated address are searched, which is told with the code -2.

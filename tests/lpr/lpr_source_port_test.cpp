@@ -2,6 +2,7 @@
 // run while no other job does.
 
 #include "tests/lpr/lpr_channel_test.h"
+#include "tests/standins/held_port.h"
 
 namespace ksp::test {
 namespace {
@@ -22,15 +23,8 @@ class LprSourcePortTest : public LprChannelTest {
         }
     }
 
-    // Keeps the port busy. One that an ended connection still has comes free after a minute or two.
     void Take(std::uint16_t port) {
-        standins::Socket socket;
-        for (int seconds = 0; seconds < 180 && !socket.valid(); ++seconds) {
-            socket = standins::BindTo({local_, port});
-            if (!socket.valid()) {
-                Sleep(1000);
-            }
-        }
+        standins::Socket socket = standins::HoldPort({local_, port});
         ASSERT_TRUE(socket.valid()) << "port " << port << " stays busy";
         taken_.emplace_back(port, std::move(socket));
     }

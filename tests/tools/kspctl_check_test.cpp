@@ -3,10 +3,12 @@
 #include <cstring>
 #include <memory>
 
+#include "net/ip_address.h"
 #include "ports/port_record_forms.h"
 #include "tests/host/discovery_control.h"
 #include "tests/host/winspool_control.h"
 #include "tests/idprint/confirmation_service.h"
+#include "tests/standins/held_port.h"
 #include "tests/standins/loopback_printer.h"
 #include "tests/tools/captured_output.h"
 #include "tests/tools/machine_settings.h"
@@ -68,6 +70,14 @@ class KspctlCheckTest : public ::testing::Test {
         network_.AddDevice({.address = address, .mac = "0026AB123456", .name = "Kestrel 9"});
         network_.SetValue(address, kStatusOid, {state, 0, 0, 0});
         network_.SetValue(address, kErrorsOid, {errors});
+    }
+
+    // The port prints to a printer's queue over LPR.
+    void UseQueueOf(const LoopbackPrinter& printer) {
+        port_.PrinterAddress = printer.wide_address();
+        port_.ProtocolID = 0;
+        port_.PortNumber = 515;
+        port_.QueueName = L"auto";
     }
 
     // The line of a step.
@@ -176,8 +186,9 @@ LoopbackPrinter LprPrinter(const std::string& answer) {
                             .responder =
                                 [answer](const std::vector<uint8_t>& received) {
                                     const std::string text(received.begin(), received.end());
-                                    if (text == "\x02"
-                                                "auto\n") {
+                                    if (text ==
+                                        "\x02"
+                                        "auto\n") {
                                         return answer;
                                     }
                                     return text == "\x03"
@@ -186,6 +197,74 @@ LoopbackPrinter LprPrinter(const std::string& answer) {
                                                : std::string();
                                 }},
                            {"", 515});
+}
+
+constexpr std::uint16_t kFirstReserved = 721;
+constexpr std::uint16_t kLastReserved = 731;
+
+// Keeps every port busy that jobs come from.
+std::vector<standins::Socket> TakeReservedPorts() {
+    CSLIpAddr local;
+    EXPECT_EQ(local.getLocalHost(), 0u);
+    const std::wstring text = local.Text();
+    std::vector<standins::Socket> taken;
+    for (std::uint16_t port = kFirstReserved; port <= kLastReserved; ++port) {
+        taken.push_back(standins::HoldPort({std::string(text.begin(), text.end()), port}));
+        EXPECT_TRUE(taken.back().valid()) << "port " << port << " stays busy";
+    }
+    return taken;
+}
+
+// First of the tests that connect from reserved ports: it needs them all.
+TEST_F(KspctlCheckTest, ARefusalOfAQuestionFromAnOrdinaryPortIsNoRefusalOfJobs) {
+    const auto taken = TakeReservedPorts();
+    const LoopbackPrinter printer = LprPrinter("your host may not use this printer\n");
+    ASSERT_TRUE(printer.ready());
+    UseQueueOf(printer);
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kDone);
+    EXPECT_THAT(Step(run, L"queue"), StartsWith(L"attention"));
+    EXPECT_THAT(Step(run, L"queue"), HasSubstr(L"not asked from a port from 721 to 731"));
+}
+
+TEST_F(KspctlCheckTest, AnLprQueueIsAskedForFromThePortsThatJobsComeFrom) {
+    const LoopbackPrinter printer = LprPrinter(std::string(1, '\0'));
+    ASSERT_TRUE(printer.ready());
+    UseQueueOf(printer);
+    EXPECT_EQ(RunKspctl({L"test", L"Office"}).code, ExitCode::kDone);
+    std::size_t questions = 0;
+    for (const standins::PrinterConnection& connection : printer.connections()) {
+        if (!connection.received.empty()) {
+            ++questions;
+            EXPECT_GE(connection.peer_port, kFirstReserved);
+            EXPECT_LE(connection.peer_port, kLastReserved);
+        }
+    }
+    EXPECT_EQ(questions, 2u);
+}
+
+// The printer reads a byte every 0.6 seconds, and says the first piece within the time-out of 2
+// seconds, the second after it: a wait that began anew with the first piece would hear both.
+TEST_F(KspctlCheckTest, APrinterThatTellsItsQueueInPiecesIsListenedToForOneTimeout) {
+    settings_.SetReplyTimeout(2);
+    const LoopbackPrinter printer({.read_size = 1,
+                                   .read_pause = 600,
+                                   .responder =
+                                       [](const std::vector<uint8_t>& received) {
+                                           if (received.front() != 3) {
+                                               return std::string(received.size() == 1 ? 1 : 0, 0);
+                                           }
+                                           return std::string(received.size() == 4   ? "early "
+                                                              : received.size() == 6 ? "late"
+                                                                                     : "");
+                                       }},
+                                  {"", 515});
+    ASSERT_TRUE(printer.ready());
+    UseQueueOf(printer);
+    const KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kDone);
+    EXPECT_THAT(Step(run, L"queue"), StartsWith(L"passed"));
+    EXPECT_THAT(Step(run, L"queue"), ::testing::Not(HasSubstr(L"late")));
 }
 
 TEST_F(KspctlCheckTest, AnLprQueueIsAskedWhetherItTakesJobsAndForItsState) {
@@ -202,10 +281,7 @@ TEST_F(KspctlCheckTest, AnLprQueueIsAskedWhetherItTakesJobsAndForItsState) {
     for (const auto& one : cases) {
         const LoopbackPrinter printer = LprPrinter(one.answer);
         ASSERT_TRUE(printer.ready());
-        port_.PrinterAddress = printer.wide_address();
-        port_.ProtocolID = 0;
-        port_.PortNumber = 515;
-        port_.QueueName = L"auto";
+        UseQueueOf(printer);
         const KspctlRun run = RunKspctl({L"test", L"Office"});
         EXPECT_EQ(run.code, one.code) << one.answer;
         EXPECT_THAT(Step(run, L"queue"), StartsWith(one.result));
@@ -222,9 +298,7 @@ TEST_F(KspctlCheckTest, AnLprQueueIsAskedWhetherItTakesJobsAndForItsState) {
 TEST_F(KspctlCheckTest, AQueueIsNotAskedForWithoutAConnection) {
     LoopbackPrinter printer({.answer = PrinterBehavior::Answer::kRefuse}, {"", 515});
     ASSERT_TRUE(printer.ready());
-    port_.PrinterAddress = printer.wide_address();
-    port_.ProtocolID = 0;
-    port_.PortNumber = 515;
+    UseQueueOf(printer);
     const KspctlRun run = RunKspctl({L"test", L"Office"});
     EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
     EXPECT_THAT(Step(run, L"queue"), StartsWith(L"skipped"));
@@ -240,6 +314,27 @@ TEST_F(KspctlCheckTest, ARecordWithoutATcpPortFailsAtOnce) {
         EXPECT_EQ(run.code, ExitCode::kPrinterSilent) << raw;
         EXPECT_THAT(Step(run, L"record"), HasSubstr(L"which is no TCP port"));
     }
+}
+
+TEST_F(KspctlCheckTest, AnIdPrintPortOfTheUserModeThatPrintsNothingFailsAtOnce) {
+    LoopbackPrinter printer;
+    ASSERT_TRUE(printer.ready());
+    port_.PrinterAddress = printer.wide_address();
+    port_.CheckPortNo = 9102;
+    port_.SecureUserMode = 1;
+    port_.UserIdentityName = L"alice";
+    type_ = 2;
+    KspctlRun run = RunKspctl({L"test", L"Office"});
+    EXPECT_EQ(run.code, ExitCode::kPrinterSilent);
+    EXPECT_THAT(Step(run, L"record"), StartsWith(L"failed"));
+    EXPECT_THAT(Step(run, L"record"), HasSubstr(L"the monitor prints nothing"));
+    EXPECT_EQ(Step(run, L"address"), L"");
+    port_.SecureUserMode = 2;
+    EXPECT_THAT(Step(RunKspctl({L"test", L"Office"}), L"record"), StartsWith(L"passed"));
+    // The ordinary monitor has no user modes.
+    type_ = 1;
+    port_.SecureUserMode = 1;
+    EXPECT_EQ(RunKspctl({L"test", L"Office"}).code, ExitCode::kDone);
 }
 
 TEST_F(KspctlCheckTest, AnIdPrintPrinterIsAskedWhetherItIsThere) {

@@ -125,6 +125,13 @@ TEST_F(KspctlTest, ListShowsTheMonitorsOwnPorts) {
                 ElementsAre(L"Office  raw   127.0.0.5 port 9100", L"Stores  lpr   prn01 port 515"));
 }
 
+TEST_F(KspctlTest, ListPassesOverAPortThatASpoolerTellsWithoutItsName) {
+    AddPortKey({.name = L"Office", .PrinterAddress = L"127.0.0.5"});
+    ASSERT_TRUE(StartSpooler());
+    spooler().PutPort(L"");
+    EXPECT_THAT(Kspctl({L"list"}).lines, ElementsAre(L"Office  raw   127.0.0.5 port 9100"));
+}
+
 TEST_F(KspctlTest, ListAsJsonEscapesWhatAPortNameCanHold) {
     AddPortKey({.name = L"a\"b\n\xD800", .PrinterAddress = L"C:/x"});
     ASSERT_TRUE(StartSpooler());

@@ -3,8 +3,10 @@
 #include <iterator>
 
 #include "support/windows_handles.h"
+#include "tests/host/faulty_registry.h"
 #include "tests/tools/kspctl_test.h"
 #include "tests/tools/machine_settings.h"
+#include "tools/host/memory_registry.h"
 #include "tools/host/temp_directory.h"
 #include "tools/kspctl/machine_registry.h"
 
@@ -67,6 +69,13 @@ class KspctlSettingsTest : public KspctlTest {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
+    // Another vendor's monitor with a port; the spooler has it as far as it starts.
+    static void PutForeignMonitor() {
+        PutSetting(ctl::MonitorKeyPath(kForeign), L"Driver", L"foreign.dll");
+        PutSetting(ctl::MonitorKeyPath(kForeign) + L"\\Ports\\Stores", L"Address", L"1");
+    }
+
+    static constexpr wchar_t kForeign[] = L"Foreign";
     const std::wstring software_ = ctl::SoftwareKeyPath(MonitorType::kOrdinary);
     const std::wstring id_print_software_ = ctl::SoftwareKeyPath(MonitorType::kIdPrint);
 
@@ -75,7 +84,8 @@ class KspctlSettingsTest : public KspctlTest {
         ctl::MachineRegistry registry;
         for (const std::wstring& path :
              {software_, id_print_software_, ctl::MonitorKeyPath(kOrdinary),
-              ctl::MonitorKeyPath(kIdPrint), ctl::MonitorKeyPath(L"Renamed")}) {
+              ctl::MonitorKeyPath(kIdPrint), ctl::MonitorKeyPath(L"Renamed"),
+              ctl::MonitorKeyPath(kForeign)}) {
             registry.DeleteTree(path);
         }
         DeleteFileW(SystemFile(L"kspctl-test.dll").c_str());
@@ -243,6 +253,66 @@ TEST_F(KspctlSettingsTest, ARefusedInstallLeavesNothingAtTheSpooler) {
     EXPECT_EQ(Number(ctl::MonitorKeyPath(kOrdinary), L"KSPRINT_SECURE"), std::nullopt);
     spooler().FailCall(WinspoolAddMonitor, ERROR_ACCESS_DENIED);
     EXPECT_EQ(Kspctl({L"install", L"--no-copy"}).code, ExitCode::kAccessDenied);
+}
+
+TEST_F(KspctlSettingsTest, UninstallLeavesAnotherVendorsMonitorAlone) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    PutSetting(software_, L"LogFileName", L"ordinary.txt");
+    PutForeignMonitor();
+    spooler().PutMonitor(kForeign);
+    // One that answers, and one that does not start.
+    for (const bool starts : {true, false}) {
+        if (!starts) {
+            spooler().FailCall(WinspoolOpenPrinter, ERROR_INVALID_PRINTER_NAME);
+        }
+        EXPECT_EQ(Kspctl({L"uninstall", L"--monitor", kForeign, L"--with-ports", L"--purge"}).code,
+                  ExitCode::kNotFound);
+        EXPECT_NE(spooler().MonitorLibrary(kForeign), std::nullopt);
+        EXPECT_EQ(Text(ctl::MonitorKeyPath(kForeign) + L"\\Ports\\Stores", L"Address"), L"1");
+        EXPECT_EQ(Text(software_, L"LogFileName"), L"ordinary.txt");
+    }
+    spooler().FailCall(WinspoolOpenPrinter, ERROR_ACCESS_DENIED);
+    EXPECT_EQ(Kspctl({L"uninstall", L"--monitor", kForeign}).code, ExitCode::kAccessDenied);
+}
+
+TEST_F(KspctlSettingsTest, InstallLeavesTheKeyOfAnotherVendorsMonitorAlone) {
+    ASSERT_TRUE(StartSpooler(L"Elsewhere"));
+    PutForeignMonitor();
+    const KspctlRun run = Kspctl({L"install", L"--no-copy", L"--monitor", kForeign});
+    ASSERT_EQ(run.code, ExitCode::kExists);
+    EXPECT_THAT(run.errors.front(), HasSubstr(L"its key has no KSPRINT_SECURE"));
+    EXPECT_EQ(Number(ctl::MonitorKeyPath(kForeign), L"KSPRINT_SECURE"), std::nullopt);
+    EXPECT_EQ(Text(ctl::MonitorKeyPath(kForeign), L"Driver"), L"foreign.dll");
+    EXPECT_EQ(spooler().MonitorLibrary(kForeign), std::nullopt);
+}
+
+// A new key is removed with all below it when an installation fails.
+TEST(KspctlRegistryTest, AKeyThatCouldNotBeReadIsNotTakenForANewOne) {
+    host::MemoryRegistry memory;
+    FaultyRegistry faulty(memory);
+    MONITORINIT init = {};
+    MONITORREG functions = host::MonitorRegFunctions();
+    init.cbSize = sizeof(init);
+    init.hSpooler = static_cast<host::MonitorRegistry*>(&faulty);
+    init.pMonitorReg = &functions;
+    ctl::MachineRegistry registry;
+    registry.access().SetMonitorInit(&init);
+    const std::wstring path = ctl::MonitorKeyPath(L"Renamed");
+    bool created = false;
+    for (const bool is_new : {true, false}) {
+        CRegistryKey key;
+        ASSERT_EQ(registry.Create(path, &key, &created), ERROR_SUCCESS);
+        EXPECT_EQ(created, is_new);
+    }
+    faulty.AddFault({.operation = RegistryOperation::kOpenKey, .code = ERROR_ACCESS_DENIED});
+    CRegistryKey key;
+    ASSERT_EQ(registry.Create(path, &key, &created), ERROR_SUCCESS);
+    EXPECT_FALSE(created);
+    created = true;
+    faulty.AddFault({.operation = RegistryOperation::kCreateKey, .code = ERROR_ACCESS_DENIED});
+    EXPECT_EQ(registry.Create(ctl::MonitorKeyPath(L"Another"), &key, &created),
+              ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(created);
 }
 
 TEST_F(KspctlSettingsTest, UninstallKeepsAMonitorThatHasPorts) {

@@ -94,6 +94,21 @@ TEST_F(KspctlUsageTest, HelpNamesWhatCanBeSet) {
     }
 }
 
+TEST_F(KspctlUsageTest, HelpTellsWhichSettingsAreNotUsed) {
+    for (const wchar_t* setting : {L"  MultiCastTTL ", L"  LocalSegment "}) {
+        EXPECT_THAT(Kspctl({L"help", L"settings"}).lines,
+                    ::testing::Contains(::testing::AllOf(::testing::StartsWith(setting),
+                                                         HasSubstr(L"not used at present"))));
+    }
+}
+
+TEST_F(KspctlUsageTest, HelpTellsWhichUserModePrintsNothing) {
+    const auto said =
+        ::testing::Contains(HasSubstr(L"2 the user's identity name, 1 prints nothing"));
+    EXPECT_THAT(Kspctl({L"help", L"add"}).lines, said);
+    EXPECT_THAT(Kspctl({L"help", L"set"}).lines, said);
+}
+
 TEST_F(KspctlUsageTest, WithoutTheMonitorItSaysHowToInstallIt) {
     for (const wchar_t* command : {L"list", L"type"}) {
         const KspctlRun run = Kspctl({command});

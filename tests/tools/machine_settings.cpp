@@ -8,13 +8,9 @@ namespace {
 
 constexpr MonitorType kTypes[] = {MonitorType::kOrdinary, MonitorType::kIdPrint};
 
-}  // namespace
-
-bool MachineIsOurs() {
-    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
-}
-
-MachineSettings::MachineSettings() {
+// Hands over the settings' key of each kind, made where it is missing.
+template <class Change>
+void ChangeSettings(Change change) {
     if (!MachineIsOurs()) {
         return;
     }
@@ -22,12 +18,24 @@ MachineSettings::MachineSettings() {
     for (const MonitorType type : kTypes) {
         CRegistryKey key;
         static_cast<void>(registry.Create(ctl::SoftwareKeyPath(type), &key));
+        change(key);
+    }
+}
+
+}  // namespace
+
+bool MachineIsOurs() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+MachineSettings::MachineSettings() {
+    ChangeSettings([](const CRegistryKey& key) {
         key.WriteText(L"ExeDirectory", DiscoveryControl::FullDirectory());
         for (const wchar_t* name :
              {L"WaitServerReplyTimeout", L"WaitStatusReplyTimeout", L"WaitPrinterValueTimeout"}) {
             key.WriteDword(name, 1);
         }
-    }
+    });
 }
 
 MachineSettings::~MachineSettings() {
@@ -38,6 +46,11 @@ MachineSettings::~MachineSettings() {
     for (const MonitorType type : kTypes) {
         registry.DeleteTree(ctl::SoftwareKeyPath(type));
     }
+}
+
+void MachineSettings::SetReplyTimeout(unsigned seconds) {
+    ChangeSettings(
+        [seconds](const CRegistryKey& key) { key.WriteDword(L"WaitServerReplyTimeout", seconds); });
 }
 
 }  // namespace ksp::test

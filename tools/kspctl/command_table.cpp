@@ -28,8 +28,9 @@ constexpr Option kAddOptions[] = {
     {L"--mac", L"MAC", L"its MAC address, 12 hexadecimal digits"},
     {L"--raw-port", L"NUMBER", L"ID print: TCP port of raw printing (default: 59200)"},
     {L"--check-port", L"NUMBER", L"ID print: TCP port of the reachability check"},
-    {L"--user-mode", L"NUMBER", L"ID print: 1 when an identity name is required"},
-    {L"--identity", L"NAME", L"ID print: the identity name"},
+    {L"--user-mode", L"NUMBER",
+     L"ID print: 0 the user's name, 2 the user's identity name, 1 prints nothing"},
+    {L"--identity", L"NAME", L"ID print: the identity name; user mode 1 needs it"},
     {L"--replace", L"", L"configures a port of this monitor that exists already"},
 };
 constexpr Option kPrintOptions[] = {

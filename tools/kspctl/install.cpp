@@ -46,6 +46,9 @@ class Installation {
         if (spooler_.OpenMonitor(name_, SERVER_ACCESS_ENUMERATE, &monitor) == ERROR_SUCCESS) {
             return Exists();
         }
+        if (Problem problem = CheckKey(); problem) {
+            return problem;
+        }
         if (Problem problem = PlaceFile(); problem) {
             return problem;
         }
@@ -67,6 +70,29 @@ class Installation {
         return Failure{ExitCode::kExists,
                        L"the monitor " + Quoted(name_) + L" is installed already",
                        L"to install it anew: kspctl uninstall"};
+    }
+
+    // The key of another vendor's monitor, which may have our name, is not written.
+    Problem CheckKey() {
+        LONG code = registry_.Connect(spooler_.unc_name());
+        if (code != ERROR_SUCCESS) {
+            return SystemFailure(L"cannot reach the registry", static_cast<DWORD>(code));
+        }
+        CRegistryKey key;
+        code = registry_.Open(MonitorKeyPath(name_), KEY_READ, &key);
+        if (code == ERROR_FILE_NOT_FOUND) {
+            return std::nullopt;
+        }
+        if (code != ERROR_SUCCESS) {
+            return SystemFailure(L"cannot read the monitor's key", static_cast<DWORD>(code));
+        }
+        if (key.ReadDword(kMonitorTypeValue)) {
+            return std::nullopt;
+        }
+        return Failure{ExitCode::kExists,
+                       L"another vendor's monitor is called " + Quoted(name_) +
+                           L" already: its key has no " + kMonitorTypeValue,
+                       L"choose another name: kspctl install --monitor NAME"};
     }
 
     Problem PlaceFile() const {
@@ -99,12 +125,8 @@ class Installation {
 
     // The monitor reads both when it starts, which is while it is being registered.
     Problem WriteSettings() {
-        LONG code = registry_.Connect(spooler_.unc_name());
-        if (code != ERROR_SUCCESS) {
-            return SystemFailure(L"cannot reach the registry", static_cast<DWORD>(code));
-        }
         CRegistryKey monitor_key;
-        code = registry_.Create(MonitorKeyPath(name_), &monitor_key, &key_is_new_);
+        LONG code = registry_.Create(MonitorKeyPath(name_), &monitor_key, &key_is_new_);
         if (code == ERROR_SUCCESS) {
             code = monitor_key.WriteDword(kMonitorTypeValue, static_cast<std::uint32_t>(type_));
         }

@@ -19,11 +19,13 @@ LONG MachineRegistry::Open(const std::wstring& path, REGSAM rights, CRegistryKey
 }
 
 LONG MachineRegistry::Create(const std::wstring& path, CRegistryKey* key, bool* created) {
+    CRegistryKey existing;
+    const LONG before = Open(path, KEY_READ, &existing);
+    const LONG code = key->Create(access_, root_, path.c_str(), KEY_READ | KEY_WRITE);
     if (created != nullptr) {
-        CRegistryKey existing;
-        *created = Open(path, KEY_READ, &existing) != ERROR_SUCCESS;
+        *created = before == ERROR_FILE_NOT_FOUND && code == ERROR_SUCCESS;
     }
-    return key->Create(access_, root_, path.c_str(), KEY_READ | KEY_WRITE);
+    return code;
 }
 
 std::optional<MonitorType> MachineRegistry::InstalledType(const std::wstring& monitor) {
@@ -51,11 +53,6 @@ LONG MachineRegistry::DeleteTree(const std::wstring& path) {
 
 std::wstring MonitorKeyPath(const std::wstring& monitor) {
     return L"SYSTEM\\CurrentControlSet\\Control\\Print\\Monitors\\" + monitor;
-}
-
-std::wstring SoftwareKeyPath(MonitorType type) {
-    return type == MonitorType::kIdPrint ? L"SOFTWARE\\Kestrel\\Kestrel Print(ID Print)"
-                                         : L"SOFTWARE\\Kestrel\\Kestrel Print";
 }
 
 }  // namespace ksp::ctl

@@ -8,6 +8,7 @@
 #include "ports/monitor_type.h"
 #include "ports/registry_key.h"
 #include "support/windows_handles.h"
+#include "tools/print/software_key.h"
 
 namespace ksp::ctl {
 
@@ -23,7 +24,7 @@ class MachineRegistry {
     [[nodiscard]] LONG Connect(const std::wstring& unc_name);
 
     [[nodiscard]] LONG Open(const std::wstring& path, REGSAM rights, CRegistryKey* key);
-    // `created` tells whether the key is new; it may be null.
+    // `created` tells whether the key is new; it may be null. One that cannot be read is not new.
     [[nodiscard]] LONG Create(const std::wstring& path, CRegistryKey* key, bool* created = nullptr);
     // The kind that is installed under that name; none when it is not installed.
     [[nodiscard]] std::optional<MonitorType> InstalledType(const std::wstring& monitor);
@@ -46,6 +47,6 @@ inline constexpr wchar_t kMonitorTypeValue[] = L"KSPRINT_SECURE";
 // Where the spooler keeps what it knows of a monitor.
 [[nodiscard]] std::wstring MonitorKeyPath(const std::wstring& monitor);
 // Where the monitor's settings lie.
-[[nodiscard]] std::wstring SoftwareKeyPath(MonitorType type);
+using print::SoftwareKeyPath;
 
 }  // namespace ksp::ctl

@@ -31,9 +31,10 @@ Problem CheckRecord(const CPortInfo& info, MonitorType type) {
                               std::to_wstring(XcvPortInfo::kSlot - 1) + L" characters");
         }
     }
-    if (type == MonitorType::kIdPrint && info.SecureUserMode == 1 &&
-        info.UserIdentityName.empty()) {
-        return WrongUsage(L"user mode 1 (SecureUserMode) needs an identity name");
+    if (PrintsNothing(info, type) && info.UserIdentityName.empty()) {
+        return WrongUsage(
+            L"user mode 1 (SecureUserMode), which prints nothing, is taken with an identity name "
+            L"only; 2 prints with the user's");
     }
     return std::nullopt;
 }

@@ -105,6 +105,14 @@ CheckStep PortCheck::CheckRecord(const Discovery& /*discovery*/) {
                       L"=NUMBER";
         return step;
     }
+    if (PrintsNothing(info_, type_)) {
+        step.result = CheckResult::kFailed;
+        step.text = L"SecureUserMode is 1, with which the monitor prints nothing";
+        step.advice =
+            L"print with the user's identity name: kspctl set PORT SecureUserMode=2 (0: with the "
+            L"user's name)";
+        return step;
+    }
     step.text = ProtocolWord(info_.ProtocolID) + L" to " + info_.PrinterAddress + L" port " +
                 std::to_wstring(info_.PortNumber);
     if (IsLpr(info_)) {

@@ -70,7 +70,7 @@ constexpr PortField kFields[] = {
      nullptr,
      &CPortInfo::SecureUserMode,
      FieldChange::kIdPrint,
-     L"1: an identity name is required",
+     L"0 the user's name, 2 the user's identity name, 1 prints nothing",
      {}},
     {L"SecureRawPortNo",
      nullptr,
@@ -88,7 +88,7 @@ constexpr PortField kFields[] = {
      &CPortInfo::UserIdentityName,
      nullptr,
      FieldChange::kIdPrint,
-     L"identity name",
+     L"identity name; user mode 1 needs it",
      {}},
 };
 
@@ -132,6 +132,11 @@ const PortField* FindPortField(std::wstring_view name) {
 
 bool IsTcpPort(std::uint32_t number) {
     return number >= 1 && number <= std::numeric_limits<std::uint16_t>::max();
+}
+
+bool PrintsNothing(const CPortInfo& info, MonitorType type) {
+    constexpr std::uint32_t kIdentityRequired = 1;
+    return type == MonitorType::kIdPrint && info.SecureUserMode == kIdentityRequired;
 }
 
 Problem StoreField(const PortField& field, const std::wstring& value, MonitorType type,

@@ -39,6 +39,9 @@ const PortField* FindPortField(std::wstring_view name);
 [[nodiscard]] Problem StoreField(const PortField& field, const std::wstring& value,
                                  MonitorType type, CPortInfo* info);
 [[nodiscard]] bool IsTcpPort(std::uint32_t number);
+// Whether the port's user mode (`SecureUserMode`) is the one in which an ID-print monitor prints
+// nothing. The record's identity name changes nothing about it.
+[[nodiscard]] bool PrintsNothing(const CPortInfo& info, MonitorType type);
 [[nodiscard]] bool SameValue(const PortField& field, const CPortInfo& left, const CPortInfo& right);
 // As `show` shows it: "2 (raw)".
 [[nodiscard]] std::wstring ShownValue(const PortField& field, const CPortInfo& info);

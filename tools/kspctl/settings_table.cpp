@@ -33,7 +33,7 @@ constexpr Setting kSettings[] = {
     {L"MultiCastTTL", SettingKind::kNumber, 0, kMostHops, L"hops", L"3", true,
      L"hop limit for searches; read, and not used at present"},
     {L"LocalSegment", SettingKind::kFlag, 0, 1, L"", L"1", true,
-     L"1: searches cover the local network segment"},
+     L"1: searches cover the local segment; kept, and not used at present"},
     {L"SubnetSegment", SettingKind::kNumber, 0, 1, L"", L"0", true,
      L"1: searches also cover the networks in the subkey \"subnet\""},
     {L"MaxFileSize", SettingKind::kNumber, 1, 0x7FFFFFFF, L"thousand bytes", L"1073741824", true,

@@ -67,7 +67,10 @@ DWORD Spooler::ListPorts(std::vector<std::wstring>* names) const {
         error = ERROR_SUCCESS;
         const auto* const ports = reinterpret_cast<const PORT_INFO_1W*>(buffer.data());
         for (DWORD i = 0; i < count; ++i) {
-            names->emplace_back(ports[i].pName);
+            // A monitor can answer with a port that has no name.
+            if (ports[i].pName != nullptr) {
+                names->emplace_back(ports[i].pName);
+            }
         }
     }
     return error;

@@ -12,7 +12,8 @@ Failure HasPorts(const std::wstring& which) {
 }
 
 Failure NotInstalled(const std::wstring& name) {
-    return {ExitCode::kNotFound, L"the monitor " + Quoted(name) + L" is not installed"};
+    return {ExitCode::kNotFound, L"the monitor " + Quoted(name) + L" is not installed",
+            L"another vendor's monitor of that name is left alone"};
 }
 
 // One removal, step by step.
@@ -48,17 +49,29 @@ class Removal {
     }
 
   private:
-    // Its kind and its ports. The channel is closed again before the monitor is deleted: an open one
-    // keeps it in use.
+    // Whether it is ours, its kind and its ports. The channel is closed again before the monitor is
+    // deleted: an open one keeps it in use.
     Problem AskMonitor() {
         XcvHandle monitor;
-        if (spooler_.OpenMonitor(name_, SERVER_ACCESS_ADMINISTER, &monitor) != ERROR_SUCCESS) {
-            return CheckStoredPorts();
+        const DWORD error = spooler_.OpenMonitor(name_, SERVER_ACCESS_ADMINISTER, &monitor);
+        if (error != ERROR_SUCCESS) {
+            if (installed_type_) {
+                return CheckStoredPorts();
+            }
+            return error == ERROR_ACCESS_DENIED
+                       ? SystemFailure(L"cannot reach the monitor " + Quoted(name_), error)
+                       : NotInstalled(name_);
         }
-        if (!installed_type_) {
-            static_cast<void>(AskMonitorType(monitor, &type_));
+        if (!installed_type_ && !TellsItsType(monitor)) {
+            return NotInstalled(name_);
         }
         return request_.Has(L"--with-ports") ? std::nullopt : CheckPorts(monitor);
+    }
+
+    // No other monitor knows the question.
+    bool TellsItsType(const XcvHandle& monitor) {
+        return AskMonitorType(monitor, &type_) == ERROR_SUCCESS &&
+               (type_ == MonitorType::kOrdinary || type_ == MonitorType::kIdPrint);
     }
 
     Problem CheckPorts(const XcvHandle& monitor) const {

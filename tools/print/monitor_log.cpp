@@ -1,22 +1,11 @@
 #include "tools/print/monitor_log.h"
 
-#include <windows.h>
-
 #include <filesystem>
 #include <fstream>
 
+#include "support/text.h"
+
 namespace ksp::print {
-namespace {
-
-std::wstring FromAnsi(const std::string& bytes) {
-    const int size = static_cast<int>(bytes.size());
-    const int length = MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, nullptr, 0);
-    std::wstring text(static_cast<size_t>(length), L'\0');
-    MultiByteToWideChar(CP_ACP, 0, bytes.data(), size, text.data(), length);
-    return text;
-}
-
-}  // namespace
 
 std::vector<std::wstring> ReadMonitorLog(const std::wstring& path) {
     std::ifstream file(std::filesystem::path(path), std::ios::binary);

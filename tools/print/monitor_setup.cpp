@@ -1,27 +1,22 @@
 #include "tools/print/monitor_setup.h"
 
+#include "ports/monitor_type.h"
 #include "tools/print/printer_address.h"
+#include "tools/print/software_key.h"
 
 namespace ksp::print {
 namespace {
 
-constexpr const wchar_t* kSoftwareKey = L"SOFTWARE\\Kestrel\\Kestrel Print";
 constexpr const wchar_t* kLogFileName = L"log.txt";
-constexpr const wchar_t* kIdPrintSoftwareKey = L"SOFTWARE\\Kestrel\\Kestrel Print(ID Print)";
-constexpr DWORD kOrdinaryMonitor = 1;
-constexpr DWORD kIdPrintMonitor = 2;
 constexpr DWORD kTraceLevel = 1;
 constexpr DWORD kLargestLog = 256;  // megabytes; one file holds the whole run
 constexpr DWORD kSnmpTimeout = 5;   // seconds
-constexpr DWORD kDottedAddress = 1;
-constexpr DWORD kHostName = 2;
-constexpr DWORD kTracked = 4;
 
 void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     const HKEY machine = HKEY_LOCAL_MACHINE;
-    const wchar_t* const software = setup.id_print ? kIdPrintSoftwareKey : kSoftwareKey;
-    registry->SetDword(registry->Root(), L"", L"KSPRINT_SECURE",
-                       setup.id_print ? kIdPrintMonitor : kOrdinaryMonitor);
+    const MonitorType type = setup.id_print ? MonitorType::kIdPrint : MonitorType::kOrdinary;
+    const std::wstring software = SoftwareKeyPath(type);
+    registry->SetDword(registry->Root(), L"", L"KSPRINT_SECURE", static_cast<DWORD>(type));
     registry->SetText(machine, software, L"ExeDirectory", setup.exe_directory);
     registry->SetText(machine, software, L"LogDirectory", setup.log_directory);
     registry->SetText(machine, software, L"LogFileName", kLogFileName);
@@ -38,24 +33,26 @@ void WriteSettings(const MonitorSetup& setup, host::MemoryRegistry* registry) {
     const std::vector<std::wstring>& networks = setup.settings.networks;
     registry->SetDword(machine, software, L"SubnetSegment", networks.empty() ? 0 : 1);
     for (std::size_t index = 0; index < networks.size(); ++index) {
-        registry->SetText(machine, software + std::wstring(L"\\subnet"),
-                          L"subnet" + std::to_wstring(index), networks[index]);
+        registry->SetText(machine, software + L"\\subnet", L"subnet" + std::to_wstring(index),
+                          networks[index]);
     }
 }
 
-DWORD AddressType(const MonitorSetup& setup) {
+AddressType AddressTypeOf(const MonitorSetup& setup) {
     if (!setup.mac.empty()) {
-        return kTracked;
+        return AddressType::kTracked;
     }
-    return IsDottedAddress(setup.printer_address) ? kDottedAddress : kHostName;
+    return IsDottedAddress(setup.printer_address) ? AddressType::kIpAddress
+                                                  : AddressType::kHostName;
 }
 
 // The port that the setup describes.
 CPortInfo PortOf(const MonitorSetup& setup) {
     CPortInfo port;
     port.PrinterAddress = setup.printer_address;
-    port.PrinterAddressType = AddressType(setup);
-    port.IpAddress = port.PrinterAddressType == kHostName ? L"" : setup.printer_address;
+    const AddressType type = AddressTypeOf(setup);
+    port.PrinterAddressType = static_cast<std::uint32_t>(type);
+    port.IpAddress = type == AddressType::kHostName ? L"" : setup.printer_address;
     port.MacAddress = setup.mac;
     port.ProtocolID = setup.protocol_id;
     port.QueueName = setup.queue;

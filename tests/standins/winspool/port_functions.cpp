@@ -7,9 +7,11 @@
 namespace ksp::standins {
 namespace {
 
+// A port that was set up with an empty name is told without one.
 void AppendPort1(const Port& port, InfoBuffer<PORT_INFO_1W>* buffer) {
     buffer->Append();
-    buffer->SetText(&PORT_INFO_1W::pName, port.name);
+    buffer->SetText(&PORT_INFO_1W::pName,
+                    port.name.empty() ? OptionalText() : OptionalText(port.name));
 }
 
 void AppendPort2(const Port& port, InfoBuffer<PORT_INFO_2W>* buffer) {
