@@ -30,7 +30,7 @@ bool HasDocumentType(BSTR text) {
 }
 
 // Whether an XML declaration holds a value longer than a version number or the name of an encoding is.
-// The parser itself need not be made for one: Wine's copies both into places of 30 characters.
+// The parser itself need not be made for one: Wine's ends the process at a version number of 62.
 bool HasLongDeclaration(BSTR text) {
     constexpr std::wstring_view kStart = L"<?xml";
     constexpr std::size_t kLongestValue = 16;
