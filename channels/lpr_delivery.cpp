@@ -173,7 +173,8 @@ void CLprPrintChannel::EndData() {
     if (m_pStreamSocket) {
         m_pStreamSocket->SendAtOnce();
     }
-    if (SendToServer(&kEnd, 1) != 1 || WaitforAck() != 1) {
+    // The daemon that was to get more does not answer, and nobody waits for a job that is given up.
+    if (SendToServer(&kEnd, 1) != 1 || (!IsEndRequested() && WaitforAck() != 1)) {
         UpdatePortStatus();
     }
 }

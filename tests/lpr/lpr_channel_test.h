@@ -40,6 +40,9 @@ class LprPorts final : public IPortServices {
         if (std::exchange(is_memory_out, false)) {
             throw std::bad_alloc();
         }
+        if (const auto call = on_status; call) {
+            call();
+        }
         char text[32] = {};
         static_cast<void>(std::snprintf(text, sizeof(text), " 0x%X", status));
         Note("SetPortStatus", port_id, text);
@@ -66,6 +69,7 @@ class LprPorts final : public IPortServices {
     bool knows_port = true;
     bool knows_printer = true;
     std::uint32_t printer_status = 0x400;
+    std::function<void()> on_status = {};  // called by SetPortStatus
     bool is_memory_out = false;        // for the next SetPortStatus
     bool is_memory_out_again = false;  // for the next SetJobError
     std::function<bool()> is_job_ended = {};

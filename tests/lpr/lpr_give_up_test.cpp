@@ -66,6 +66,25 @@ TEST_F(LprGiveUpTest, ASpooledJobIsNotDelivered) {
     EXPECT_EQ(ports_.TakeCalls().back(), kAsBefore);
 }
 
+// A daemon that waits for the rest does not acknowledge what it has.
+TEST_F(LprGiveUpTest, AJobThatIsCutInItsDataWaitsForNoAcknowledgement) {
+    ASSERT_NO_FATAL_FAILURE(SpoolOnPort({}));
+    const std::string rest(4096, 'r');
+    ASSERT_EQ(port_.Channel()->WritePort(reinterpret_cast<const BYTE*>(rest.data()), 4096), 4096);
+    SetReplyTimeout(3600);
+    ports_.on_status = [this] {
+        ports_.on_status = {};
+        EXPECT_TRUE(port_.CloseChannel(CPort::Unfinished::kGiveUp));
+    };
+    Background<int> job([this] {
+        const CJobScope scope(port_);
+        return port_.Channel()->EndDoc();
+    });
+    ASSERT_TRUE(job.EndsWithin(Gate::kPatience));
+    EXPECT_EQ(OnlyConnection().data.size(), 1024u + 1u) << "a chunk and the octet behind the data";
+    EXPECT_FALSE(port_.Channel()->IsOpen());
+}
+
 // Closing the port's handle is not deleting it.
 TEST_F(LprGiveUpTest, AnEndedJobIsDelivered) {
     ASSERT_NO_FATAL_FAILURE(SpoolOnPort({}));
