@@ -3,7 +3,8 @@
 //   kspbench ADDRESS DIRECTORY [--quick] [--only ROW]
 //
 // ADDRESS is where bench/sink.py listens; the table and the points of the curves are written into
-// DIRECTORY. Exit code: 0 everything reached, 1 something missed, 2 something could not be measured.
+// DIRECTORY. Exit code: 0 everything reached, 1 something missed, 2 something could not be
+// measured.
 
 #include <winsock2.h>
 
@@ -24,9 +25,9 @@ struct Row {
 };
 
 constexpr Row kRows[] = {
-    {"raw", MeasureRawJobs},    {"crowd", MeasureCrowd},     {"byte", MeasureOneByte},
-    {"lpr", MeasureLprJobs},    {"xlpr", MeasureXlprJobs},   {"start", MeasureStartUp},
-    {"list", MeasureList},      {"log", MeasureLog},         {"long", MeasureLongJob},
+    {"raw", MeasureRawJobs}, {"crowd", MeasureCrowd},   {"byte", MeasureOneByte},
+    {"lpr", MeasureLprJobs}, {"xlpr", MeasureXlprJobs}, {"start", MeasureStartUp},
+    {"list", MeasureList},   {"log", MeasureLog},       {"long", MeasureLongJob},
     {"end", MeasureEnd},
 };
 

@@ -34,8 +34,7 @@ bool MeasureJob(Bench& bench, DWORD protocol, uint64_t bytes, size_t floor_chunk
         return false;
     }
     const Comparison result = Compare(
-        bench.extent.rounds,
-        [&] { return BareJob(bench.address, kRawPort, bytes, floor_chunk); },
+        bench.extent.rounds, [&] { return BareJob(bench.address, kRawPort, bytes, floor_chunk); },
         [&] { return bench.world.Print(0, bytes, kWrite); });
     bench.report.Requirement(work, floor, Text("at least %.2f of the floor's throughput", to_reach),
                              Throughputs(result, bytes), result.throughput() >= to_reach);
@@ -99,7 +98,8 @@ WriteCounts CountWrites(Bench& bench, size_t port, size_t writes) {
     for (size_t write = 0; counts.complete && write < writes; ++write) {
         counts.complete = job.Write(byte);
     }
-    counts.calls = static_cast<double>(bench.world.registry().calls()) / static_cast<double>(writes);
+    counts.calls =
+        static_cast<double>(bench.world.registry().calls()) / static_cast<double>(writes);
     counts.requests = static_cast<double>(allocations.requests()) / static_cast<double>(writes);
     return counts;
 }
@@ -152,9 +152,10 @@ bool MeasureOneByte(Bench& bench) {
     const WriteCounts settled = CountWrites(bench, 0, 16);
     bench.report.Requirement(
         "WritePort of 1 byte, one port", "", "at most 5 registry calls and 2 allocations",
-        Text("%.1f registry calls and %.1f allocations; %.1f and %.1f in the seconds after the port "
-             "was changed",
-             settled.calls, settled.requests, fresh.calls, fresh.requests),
+        Text(
+            "%.1f registry calls and %.1f allocations; %.1f and %.1f in the seconds after the port "
+            "was changed",
+            settled.calls, settled.requests, fresh.calls, fresh.requests),
         std::max(settled.calls, fresh.calls) <= 5 &&
             std::max(settled.requests, fresh.requests) <= 2);
     return settled.complete && fresh.complete;
@@ -162,8 +163,8 @@ bool MeasureOneByte(Bench& bench) {
 
 bool MeasureCrowd(Bench& bench) {
     bool complete = true;
-    for (const size_t ports : {size_t{1}, size_t{10}, size_t{100}, bench.extent.crowd,
-                               bench.extent.ports}) {
+    for (const size_t ports :
+         {size_t{1}, size_t{10}, size_t{100}, bench.extent.crowd, bench.extent.ports}) {
         if (!bench.world.StartWith(ports, kRaw)) {
             return false;
         }
@@ -196,17 +197,17 @@ bool MeasureLongJob(Bench& bench) {
     }
     size_t least = PrivateBytes();
     size_t most = least;
-    const double seconds =
-        bench.world.Print(0, bench.extent.long_job, kWrite, [&](uint64_t bytes) {
-            const size_t now = PrivateBytes();
-            least = std::min(least, now);
-            most = std::max(most, now);
-            bench.report.Point("long-job", "private memory", static_cast<double>(bytes) / kMiB,
-                               static_cast<double>(now) / kMiB);
-        });
+    const double seconds = bench.world.Print(0, bench.extent.long_job, kWrite, [&](uint64_t bytes) {
+        const size_t now = PrivateBytes();
+        least = std::min(least, now);
+        most = std::max(most, now);
+        bench.report.Point("long-job", "private memory", static_cast<double>(bytes) / kMiB,
+                           static_cast<double>(now) / kMiB);
+    });
     const double change = static_cast<double>(most - least) / kMiB;
     bench.report.Requirement(
-        "a job of " + SizeText(bench.extent.long_job), "", "memory of the process flat within 4 MiB",
+        "a job of " + SizeText(bench.extent.long_job), "",
+        "memory of the process flat within 4 MiB",
         Text("%.2f MiB between least and most (%.1f to %.1f MiB)", change,
              static_cast<double>(least) / kMiB, static_cast<double>(most) / kMiB),
         seconds > 0 && change <= 4);
@@ -220,8 +221,7 @@ bool MeasureEnd(Bench& bench) {
     std::vector<BYTE> data(kWrite);
     double longest = 0;
     const Comparison result = Compare(
-        10 * bench.extent.rounds,
-        [&] { return BareEnd(bench.address, kRawPort, data.size()); },
+        10 * bench.extent.rounds, [&] { return BareEnd(bench.address, kRawPort, data.size()); },
         [&] {
             OpenJob job(bench.world, 0);
             if (!job.started() || !job.Write(data)) {

@@ -189,8 +189,12 @@ void CLprPrintChannel::HoldInError(LogText message) noexcept {
                 SetJobError();
                 marked = true;
             }
-            UpdatePortStatus();
-            Log(LogLevel::kInfo, message);
+        } catch (...) {
+            marked = false;
+        }
+        UpdatePortStatus();
+        Log(LogLevel::kInfo, message);
+        try {
             alive = CheckJobAlive();
         } catch (...) {
             alive = !IsEndRequested();

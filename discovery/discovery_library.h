@@ -26,8 +26,8 @@ struct MIMEItem {
 // Called on the library's own threads, once per device found (code 0) and with error codes.
 using ProbeCallback = void (*)(DeviceHandle device, int code, void* context);
 
-// The exports, in the order in which they are looked up. Four of them are never called; two of these,
-// KSGetRecvStatus and KSMIMEEncode, are required of a library all the same.
+// The exports, in the order in which they are looked up. Four of them are never called; two of
+// these, KSGetRecvStatus and KSMIMEEncode, are required of a library all the same.
 struct OryxFunctions {
     void* (*KSCreateStream)();
     int (*KSInitialize)(void* stream, int reserved);  // 0, else an error code

@@ -29,8 +29,9 @@ bool HasDocumentType(BSTR text) {
            std::wstring_view::npos;
 }
 
-// Whether an XML declaration holds a value longer than a version number or the name of an encoding is.
-// The parser itself need not be made for one: Wine's ends the process at a version number of 62.
+// Whether an XML declaration holds a value longer than a version number or the name of an encoding
+// is. The parser itself need not be made for one: Wine's ends the process at a version number
+// of 62.
 bool HasLongDeclaration(BSTR text) {
     constexpr std::wstring_view kStart = L"<?xml";
     constexpr std::size_t kLongestValue = 16;
@@ -40,7 +41,12 @@ bool HasLongDeclaration(BSTR text) {
         if (rest.empty() || rest.front() > L' ') {
             continue;  // another instruction, whose name only begins like that
         }
-        std::wstring_view declaration = rest.substr(0, rest.find(L"?>"));
+        const std::size_t end = rest.find(L"?>");
+        if (end == std::wstring_view::npos) {
+            return true;  // endless, and no document anyway
+        }
+        std::wstring_view declaration = rest.substr(0, end);
+        rest.remove_prefix(end);
         for (auto quote = declaration.find_first_of(L"\"'"); quote != std::wstring_view::npos;
              quote = declaration.find_first_of(L"\"'")) {
             const wchar_t mark = declaration[quote];
@@ -116,7 +122,7 @@ HRESULT CXmlDocument::Load(UniqueBstr text) {
     }
     if (HasLongDeclaration(text.Get())) {
         Log(LogLevel::kTrace, L"error loadXML : %d", S_FALSE);
-        Log(LogLevel::kTrace, L"The document's declaration holds too long a value.");
+        Log(LogLevel::kTrace, L"The document's declaration has no end or holds too long a value.");
         return S_FALSE;
     }
     VARIANT_BOOL parsed = VARIANT_FALSE;

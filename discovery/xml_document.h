@@ -19,8 +19,9 @@ namespace ksp {
 // to one thread, on which it initialises COM for as long as a document is held.
 //
 // The documents come from the network: one that is longer than kLongest or carries a document type
-// definition (and with it entities, to be fetched or expanded) or an endless version number is refused
-// like one that is not well-formed, and elements nested deeper than kDeepest are not looked into.
+// definition (and with it entities, to be fetched or expanded) or a declaration with a value of
+// more than 16 characters is refused like one that is not well-formed, and elements nested deeper
+// than kDeepest are not looked into.
 //
 // Operations return a COM result code, S_OK for success; running out of memory is thrown.
 class CXmlDocument {

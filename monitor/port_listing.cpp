@@ -31,7 +31,8 @@ void CPortListing::Prepare(const CPortList::Snapshot& ports, const std::wstring&
     for (std::size_t index = ports->size(); index-- > 0;) {
         m_strings.append(description).append(1, L'\0').append(monitorName).append(1, L'\0');
         m_nameStarts[index] = static_cast<std::uint32_t>(m_strings.size());
-        m_strings.append(std::next(ports->begin(), static_cast<std::ptrdiff_t>(index))->port->Name());
+        m_strings.append(
+            std::next(ports->begin(), static_cast<std::ptrdiff_t>(index))->port->Name());
         m_strings.append(1, L'\0');
     }
     m_ports = ports;

@@ -52,9 +52,8 @@ void ReportSent(const CPort& port) {
         return false;
     }
     CRegistryStore& store = RegistryStore();
-    return store.Type() == MonitorType::kIdPrint
-               ? store.ReadPort(port.Name().c_str(), info) != 0
-               : store.HasPort(port.Name().c_str());
+    return store.Type() == MonitorType::kIdPrint ? store.ReadPort(port.Name().c_str(), info) != 0
+                                                 : store.HasPort(port.Name().c_str());
 }
 
 // A record that cannot be read is an empty one.
@@ -101,8 +100,8 @@ std::int32_t WriteToChannel(const CPort& port, const BYTE* data, DWORD size) {
     return WriteJobData(port, info, data, size);
 }
 
-// The channel may have counted a job header too. A spooler that was told of more bytes than it offered
-// would go on behind its buffer.
+// The channel may have counted a job header too. A spooler that was told of more bytes than it
+// offered would go on behind its buffer.
 [[nodiscard]] bool ReportWritten(std::int32_t taken, DWORD offered, DWORD* written) {
     const DWORD count = taken > 0 ? std::min(static_cast<DWORD>(taken), offered) : 0;
     if (written != nullptr) {

@@ -87,9 +87,9 @@ std::optional<std::wstring> Search(CKspOryxWrapper& wrapper, CPortInfo& info,
     return address;
 }
 
-// Whoever answers where the name leads may be a stranger, to whom the address went while the printer
-// was off. Only the printer itself is noted; or, for a record that knows none yet, the first that
-// answers at its own name.
+// Whoever answers where the name leads may be a stranger, to whom the address went while the
+// printer was off. Only the printer itself is noted; or, for a record that knows none yet, the
+// first that answers at its own name.
 bool IsThePrinter(const CPortInfo& info, const std::wstring& name, const CDeviceRecord& device) {
     return info.MacAddress.empty()
                ? info.PrinterAddress == name

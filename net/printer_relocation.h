@@ -23,9 +23,9 @@ struct CRelocation {
 // somebody else does, searches the network for the printer.
 [[nodiscard]] CRelocation FindTrackedPrinter(CPortInfo& info);
 
-// Notes in the record where the printer is when it answers at the address to which the name led. The
-// record need not be that of the name's port, and another device may have got the address: neither
-// is noted.
+// Notes in the record where the printer is when it answers at the address to which the name led.
+// The record need not be that of the name's port, and another device may have got the address:
+// neither is noted.
 void NoteResolvedPrinter(CPortInfo& info, const std::wstring& name, const std::wstring& address);
 
 }  // namespace ksp

@@ -5,6 +5,7 @@
 #include "ports/registry_store.h"
 #include "support/error_text.h"
 #include "support/log.h"
+#include "support/text.h"
 
 namespace ksp {
 
@@ -35,15 +36,16 @@ std::uint32_t CSLIpAddr::getByNamePrinting(const std::wstring& name, std::int32_
         if (!relocation.searched) {
             return kNoDiscovery;
         }
-        // A stored address that is none leads nowhere, whoever answered for it. Where the name leads
-        // is then stored in its place.
+        // A stored address that is none leads nowhere, whoever answered for it. Where the name
+        // leads is then stored in its place.
         if (relocation.address && TextToAddress(*relocation.address).s_addr != INADDR_NONE) {
             Set(TextToAddress(*relocation.address), Origin::kText);
             return 0;
         }
     }
-    // To the system no name is this computer's, and the job would go to its own ports.
-    if (name.empty()) {
+    // To the system no name, also one that cannot be converted, is this computer's, and the job
+    // would go to its own ports.
+    if (ToAnsi(name).empty()) {
         ::WSASetLastError(WSAHOST_NOT_FOUND);
         Log(LogLevel::kInfo, kUnknownName, name.c_str(), SocketErrorText().text.c_str());
         return WSAHOST_NOT_FOUND;

@@ -53,6 +53,8 @@ class CPort {
     // Closes the channel if it is open. While a job's operation is in it, that operation closes it
     // at its end. False when the channel could not be closed.
     [[nodiscard]] bool CloseChannel(Unfinished job);
+    // The port whose job was given up does not go after all: it takes jobs again.
+    void Stay() noexcept { m_deleted = false; }
 
     // Looks whether the channel is open, for the log; a job on it is left alone.
     void LookAtChannel();
@@ -61,8 +63,8 @@ class CPort {
     bool SetStatus(std::uint32_t status);
     // Reads the job at level 1.
     [[nodiscard]] bool GetJobInfo(SpoolerRecords& job) const;
-    // Where the operations of the port's job read what the spooler says of it. The room is kept from
-    // one write to the next, until the job ends.
+    // Where the operations of the port's job read what the spooler says of it. The room is kept
+    // from one write to the next, until the job ends.
     [[nodiscard]] SpoolerRecords& JobRecords() noexcept { return m_jobRecords; }
     // The event is signalled except while a write is sending. False, with a log line, without
     // event.
@@ -104,7 +106,7 @@ class CPort {
     std::uint32_t m_status = 0;  // the last status written to the spooler
     CJobEvent m_jobEvent;
     SpoolerRecords m_jobRecords;
-    CJobLock m_jobLock;          // its work is the job's operation that runs
+    CJobLock m_jobLock;  // its work is the job's operation that runs
     std::atomic<bool> m_closeRequested{false};
     std::atomic<bool> m_giveUpRequested{false};  // the channel watches it while it waits
     std::atomic<bool> m_deleted{false};          // whoever found it before can still start a job
@@ -115,9 +117,7 @@ class CPort {
 // lets them, the second waits here.
 class CJobScope {
   public:
-    explicit CJobScope(CPort& port) noexcept : m_port(port) {
-        m_port.m_jobLock.Acquire();
-    }
+    explicit CJobScope(CPort& port) noexcept : m_port(port) { m_port.m_jobLock.Acquire(); }
     ~CJobScope() { m_port.LeaveJob(); }
     CJobScope(const CJobScope&) = delete;
     CJobScope& operator=(const CJobScope&) = delete;

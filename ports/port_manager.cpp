@@ -187,7 +187,12 @@ bool CPortManager::DeletePort(const std::wstring& name) {
     }
     // The lock is held: nothing of a job may be delivered now, however long its printer would take.
     static_cast<void>(port->CloseChannel(CPort::Unfinished::kGiveUp));
-    m_ports.DeletePortById(id);
+    try {
+        m_ports.DeletePortById(id);
+    } catch (...) {
+        port->Stay();
+        throw;
+    }
     RegistryStore().DeletePortKey(name);
     Log(LogLevel::kInfo, L"port deleted successfully");
     return true;

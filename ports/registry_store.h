@@ -93,14 +93,14 @@ class CRegistryStore : public ILogSettings {
     // holds additions and deletions off for one search.
     template <class Find>
     [[nodiscard]] int FindDespiteChanges(Find find) const;
+    // The ports behind a subkey that cannot be had would be missing until the next start: a failure
+    // that is not the end is logged and tried once more.
+    [[nodiscard]] bool FindPortKey(DWORD index, CSubkey& subkey) const;
     [[nodiscard]] bool HasUntrackedPortOnce(const std::wstring& printerAddress);
     // The record is null when it is not asked for.
     int FindPort(const wchar_t* name, CPortInfo* info);
     int FindPortOnce(const wchar_t* name, CPortInfo* info);
     // Of an open port key, which is the subkey at the index. A time before the key was opened.
-    // The ports behind a subkey that cannot be had would be missing until the next start: a failure that
-    // is not the end is logged and tried once more.
-    [[nodiscard]] bool FindPortKey(DWORD index, CSubkey& subkey) const;
     [[nodiscard]] std::uint32_t ReadAddressType(const CRegistryKey& key, DWORD index,
                                                 const CSubkey& subkey, std::uint64_t readAt);
     // Everything of a port but its name and its address type, which the caller has already.

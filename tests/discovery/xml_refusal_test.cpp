@@ -100,10 +100,22 @@ TEST_F(XmlRefusalTest, AnEndlessVersionNumberOrEncodingIsRefused) {
           L"<?xml version=\"1." + endless}) {
         EXPECT_EQ(Load(text), S_FALSE);
         lines.emplace_back(kError);
-        lines.emplace_back("TRACE: The document's declaration holds too long a value.");
+        lines.emplace_back(
+            "TRACE: The document's declaration has no end or holds too long a value.");
         EXPECT_EQ(log_.Lines(), lines);
         EXPECT_EQ(Find(L"a"), L"none");
     }
+}
+
+// Each of them looked for its end would take minutes.
+TEST_F(XmlRefusalTest, DeclarationsWithoutAnEndAreRefusedAtTheFirst) {
+    std::wstring text;
+    while (text.size() < CXmlDocument::kLongest - 6) {
+        text += L"<?xml ";
+    }
+    EXPECT_EQ(Load(text), S_FALSE);
+    EXPECT_EQ(log_.Lines().back(),
+              "TRACE: The document's declaration has no end or holds too long a value.");
 }
 
 TEST_F(XmlRefusalTest, TheValuesOfOtherInstructionsMayBeLong) {

@@ -83,8 +83,7 @@ void FaultRun::LiveIn(FaultWorld& world) {
     world.Disarm();
     // The octet behind the data of an LPR job is one more send. When it fails the data are there,
     // and the printer's status is asked and shown, as for the last acknowledgement.
-    const std::vector<Arrival> arrivals =
-        world.printers().Arrivals(fault_.IsOfSystem({"send"}));
+    const std::vector<Arrival> arrivals = world.printers().Arrivals(fault_.IsOfSystem({"send"}));
     for (const std::string& finding : Judge(transport_, jobs_, arrivals)) {
         Find(finding);
     }

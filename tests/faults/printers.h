@@ -45,8 +45,9 @@ class Printers {
     // Whether a connection met the failure. Where no connection comes to be, no printer can tell.
     [[nodiscard]] bool HaveMisbehaved();
 
-    // What each connection brought of a job's data, when it is over. LPR data count as ended with the
-    // octet that ends them or, if allowed, when they have come in their announced length without it.
+    // What each connection brought of a job's data, when it is over. LPR data count as ended with
+    // the octet that ends them or, if allowed, when they have come in their announced length
+    // without it.
     [[nodiscard]] std::vector<Arrival> Arrivals(bool without_end = false);
 
   private:

@@ -60,9 +60,9 @@ class Input {
 bool IsSameRecord(const CPortInfo& left, const CPortInfo& right) {
     return left.PortName == right.PortName && left.PrinterAddress == right.PrinterAddress &&
            left.QueueName == right.QueueName && left.ProtocolID == right.ProtocolID &&
-           left.PrinterAddressType == right.PrinterAddressType && left.IpAddress == right.IpAddress &&
-           left.SubnetMask == right.SubnetMask && left.MacAddress == right.MacAddress &&
-           left.SecureUserMode == right.SecureUserMode &&
+           left.PrinterAddressType == right.PrinterAddressType &&
+           left.IpAddress == right.IpAddress && left.SubnetMask == right.SubnetMask &&
+           left.MacAddress == right.MacAddress && left.SecureUserMode == right.SecureUserMode &&
            left.SecureRawPortNo == right.SecureRawPortNo &&
            left.UserIdentityName == right.UserIdentityName && left.CheckPortNo == right.CheckPortNo;
 }
@@ -149,7 +149,8 @@ std::string CheckSilentText(std::string_view input) {
 
 std::string CheckPortRecord(std::string_view input) {
     const auto record = std::make_unique<XcvPortInfo>();
-    std::memcpy(static_cast<void*>(record.get()), input.data(), std::min(input.size(), sizeof(*record)));
+    std::memcpy(static_cast<void*>(record.get()), input.data(),
+                std::min(input.size(), sizeof(*record)));
     CPortInfo info;
     ReadRecord(*record, info);
     for (const std::wstring& text : Texts(info)) {
@@ -193,8 +194,8 @@ std::string CheckJobHeader(std::string_view input) {
     values.Priority = bytes.Number();
     values.TotalPages = bytes.Number();
     values.DataSize = bytes.Number();
-    values.StartTime = HeaderTimeText({bytes.Number(), bytes.Byte(), bytes.Byte(), bytes.Byte(),
-                                       bytes.Byte(), bytes.Byte()});
+    values.StartTime = HeaderTimeText(
+        {bytes.Number(), bytes.Byte(), bytes.Byte(), bytes.Byte(), bytes.Byte(), bytes.Byte()});
     for (std::wstring* text : {&values.Identifier, &values.Document, &values.Driver, &values.User,
                                &values.Printer, &values.Machine, &values.DataType}) {
         *text = bytes.Text(bytes.Byte());
@@ -270,7 +271,8 @@ std::string CheckLprCommands(std::string_view input) {
     const std::string user = LprLineText(bytes.Bytes(bytes.Byte()), 31);
     const std::string job = LprLineText(bytes.Bytes(input.size()), 99);
     const std::string control = LprControlFile({host, user, job}, number);
-    if (user.size() > 31 || job.size() > 99 || std::count(control.begin(), control.end(), '\n') != 6) {
+    if (user.size() > 31 || job.size() > 99 ||
+        std::count(control.begin(), control.end(), '\n') != 6) {
         return "a control file of other lines";
     }
     for (const std::string& command :

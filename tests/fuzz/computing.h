@@ -7,10 +7,10 @@
 
 namespace ksp::test {
 
-// The code of the library that only computes: each form is handed to it, and what holds for every input
-// is asked of the result. Includes no Windows header, and the code under test includes none either, so
-// that the same inputs are tried in builds for other systems. In those a wchar_t may have 32 bits; the
-// library keeps one UTF-16 code unit in each and never looks at its size.
+// The code of the library that only computes: each form is handed to it, and what holds for every
+// input is asked of the result. Includes no Windows header, and the code under test includes none
+// either, so that the same inputs are tried in builds for other systems. In those a wchar_t may
+// have 32 bits; the library keeps one UTF-16 code unit in each and never looks at its size.
 
 enum class Form {
     kAddPortString,

@@ -17,7 +17,8 @@ std::string RandomBytes(Random& random, std::size_t count) {
 
 // Numbers, and behind them a text.
 std::string NumbersAndText(Random& random, std::size_t bytes) {
-    return RandomBytes(random, bytes) + MutatedText(random, L"log.2nd.txt", {L".", L"\\", L"/", L"\""});
+    return RandomBytes(random, bytes) +
+           MutatedText(random, L"log.2nd.txt", {L".", L"\\", L"/", L"\""});
 }
 
 }  // namespace

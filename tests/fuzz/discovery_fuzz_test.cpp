@@ -1,5 +1,5 @@
-// What printers say of themselves, as it comes through the discovery library. Its buffers end at guard
-// pages.
+// What printers say of themselves, as it comes through the discovery library. Its buffers end at
+// guard pages.
 
 #include <algorithm>
 #include <array>
@@ -34,7 +34,8 @@ DWORD WordOfState(const std::vector<uint8_t>& bytes) {
                         : 0;
 }
 
-// The status word of hrPrinterDetectedErrorState: its last octet is looked at, if there are 1, 2 or 4.
+// The status word of hrPrinterDetectedErrorState: its last octet is looked at, if there are 1, 2
+// or 4.
 DWORD WordOfErrors(const std::vector<uint8_t>& bytes) {
     constexpr std::array<DWORD, 8> kFlags = {0,  // from the most significant bit
                                              PRINTER_STATUS_PAPER_OUT,
@@ -66,7 +67,8 @@ class DiscoveryFuzz : public FuzzTest {
         std::wstring mac;
     };
     // None when the name can be no port's.
-    std::optional<Taken> PortOf(const DiscoveryControl::Device& device, const std::string& mac_reply = {}) {
+    std::optional<Taken> PortOf(const DiscoveryControl::Device& device,
+                                const std::string& mac_reply = {}) {
         ForgetCalls();
         discovery_.AddDevice(device);
         if (!mac_reply.empty()) {
@@ -95,8 +97,8 @@ class DiscoveryFuzz : public FuzzTest {
     }
 };
 
-// Whether the document may name its device as no key can be named: with a backslash, which may also be
-// written as a number, or so long that the document is longer than this.
+// Whether the document may name its device as no key can be named: with a backslash, which may also
+// be written as a number, or so long that the document is longer than this.
 bool MayHoldBadName(const std::string& document) {
     return document.size() > 300 || document.find('\\') != std::string::npos ||
            document.find("&#") != std::string::npos;
@@ -163,8 +165,8 @@ class StatusFuzz : public DiscoveryFuzz {
     std::optional<standins::LoopbackPrinter> printer_;
 };
 
-// The first byte says how many bytes the value has, the second whether it is the error state; behind
-// the value comes the header document.
+// The first byte says how many bytes the value has, the second whether it is the error state;
+// behind the value comes the header document.
 TEST_F(StatusFuzz, MimeReplies) {
     Fuzz(
         Generator::kMimeReplies, 60,
@@ -172,7 +174,8 @@ TEST_F(StatusFuzz, MimeReplies) {
             const std::size_t size = random.Below(6);
             std::string input{static_cast<char>(size), static_cast<char>(random.Below(2))};
             for (std::size_t count = size; count > 0; --count) {
-                input += static_cast<char>(random.OneIn(2) ? random.Below(6) : random.Next() & 0xFF);
+                input +=
+                    static_cast<char>(random.OneIn(2) ? random.Below(6) : random.Next() & 0xFF);
             }
             const std::string header = MimeHeaderForm(random);
             return input + (random.OneIn(2) ? header : MutatedBytes(random, header, XmlWords()));
@@ -211,9 +214,9 @@ TEST_F(StatusFuzz, MimeText) {
         },
         [this](const std::string& input) {
             const std::string& address = printer_->address();
-            discovery_.SetTextReply(address, kStatusOid,
-                                    "MIME-Version: 1.0\r\n" + CText(input) +
-                                        "\r\n76616C7565 1 04\r\n");
+            discovery_.SetTextReply(
+                address, kStatusOid,
+                "MIME-Version: 1.0\r\n" + CText(input) + "\r\n76616C7565 1 04\r\n");
             discovery_.SetValue(address, kErrorStateOid, {0});
             const DWORD word = StatusOfNewPort();
             EXPECT_THAT(word, AnyOf(Eq(DWORD{PRINTER_STATUS_BUSY}), Eq(kServerUnknown)));

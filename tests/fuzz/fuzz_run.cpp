@@ -26,7 +26,8 @@ struct Attempt {
     std::uint64_t since = 0;
 };
 
-// Not the standard's mutex, which keeps an event once two threads met at it: tests count the events.
+// Not the standard's mutex, which keeps an event once two threads met at it: tests count the
+// events.
 host::SlimMutex g_mutex;
 std::optional<Attempt> g_attempt;
 

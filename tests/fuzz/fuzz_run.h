@@ -35,8 +35,8 @@ enum class Generator {
 // Every input of this generator that ever broke something.
 [[nodiscard]] std::vector<std::string> KeptInputs(Generator generator);
 
-// How many inputs of a run the library took and how many it refused. Where all of them end the same way
-// only half is tested.
+// How many inputs of a run the library took and how many it refused. Where all of them end the same
+// way only half is tested.
 struct Outcomes {
     std::size_t taken = 0;
     std::size_t refused = 0;
@@ -47,7 +47,8 @@ struct Outcomes {
 // The inputs of one generator: first those that were kept, then as many new ones as the test suite
 // always tries, or as many as there is time for:
 //   KSPMON_FUZZ_SECONDS  how long all generators of the program take together
-//   KSPMON_FUZZ_SEED     the seed of the first new input (default 1); the next one has the next seed, so
+//   KSPMON_FUZZ_SEED     the seed of the first new input (default 1); the next one has the next
+//   seed, so
 //                        that the seed of a failure makes it again as the first input
 // While one is running, an input that ends the process or hangs is printed by whoever notices.
 class FuzzRun {
@@ -66,7 +67,8 @@ class FuzzRun {
     void Trying(std::string_view input);
     // Prints the input that is being tried, as hexadecimal digits, with its seed.
     void Report(const char* what) const;
-    // Some inputs were taken and some refused: of those that the test suite always tries, or of enough others.
+    // Some inputs were taken and some refused: of those that the test suite always tries, or of
+    // enough others.
     void ExpectBothOutcomes() const;
 
   private:
@@ -80,8 +82,8 @@ class FuzzRun {
     std::size_t tried_ = 0;
 };
 
-// Tries inputs until one fails the test. `make` turns a Random into an input, `attempt` tries it and counts
-// in `outcomes`, if there are any, how it ended.
+// Tries inputs until one fails the test. `make` turns a Random into an input, `attempt` tries it
+// and counts in `outcomes`, if there are any, how it ended.
 template <typename Make, typename Attempt>
 void Fuzz(Generator generator, std::size_t inputs, Make make, Attempt attempt,
           const Outcomes* outcomes = nullptr) {

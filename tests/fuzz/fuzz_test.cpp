@@ -32,8 +32,8 @@ std::vector<std::wstring> FuzzTest::PortNames() {
     DWORD count = 0;
     table().pfnEnumPorts(monitor(), nullptr, 2, nullptr, 0, &needed, &count);
     const standins::GuardedBlock buffer(std::string(needed, '\xCC').data(), needed);
-    if (!table().pfnEnumPorts(monitor(), nullptr, 2, reinterpret_cast<LPBYTE>(buffer.data()), needed,
-                              &needed, &count)) {
+    if (!table().pfnEnumPorts(monitor(), nullptr, 2, reinterpret_cast<LPBYTE>(buffer.data()),
+                              needed, &needed, &count)) {
         ADD_FAILURE() << "EnumPorts: error " << GetLastError();
         return {};
     }

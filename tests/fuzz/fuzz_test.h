@@ -17,8 +17,8 @@ namespace ksp::test {
     return static_cast<DWORD>(is_valid ? ERROR_SUCCESS : ERROR_INVALID_DATA);
 }
 
-// The monitor as a whole, with every input at the boundary where the system hands it to the library.
-// What goes in and what comes out lies in memory that ends where a guard page begins.
+// The monitor as a whole, with every input at the boundary where the system hands it to the
+// library. What goes in and what comes out lies in memory that ends where a guard page begins.
 class FuzzTest : public MonitorDiscoveryTest {
   protected:
     struct Reply {
@@ -43,8 +43,8 @@ class FuzzTest : public MonitorDiscoveryTest {
     std::vector<std::wstring> PortNames();
 
     void SetUp() override;
-    // The ID-print monitor (2) or the ordinary one (1), with the discovery library's stand-in. Before
-    // Start, as the next one.
+    // The ID-print monitor (2) or the ordinary one (1), with the discovery library's stand-in.
+    // Before Start, as the next one.
     void UseMonitor(DWORD type);
     // Every line of the log waits for the disk, so it is off unless a test is about what is logged.
     void UseLog() { SetSetting(L"LogLevel", static_cast<DWORD>(LineLevel::kTrace)); }
@@ -56,8 +56,8 @@ class FuzzTest : public MonitorDiscoveryTest {
     Outcomes outcomes_;
 };
 
-// Registry values as one input: for each the number of its name, its type, its size (two bytes, little
-// endian) and its bytes. What is cut off at the end is left out.
+// Registry values as one input: for each the number of its name, its type, its size (two bytes,
+// little endian) and its bytes. What is cut off at the end is left out.
 struct TapedValue {
     std::uint8_t name = 0;
     DWORD type = 0;

@@ -1,5 +1,5 @@
-// Inputs that broke something once, or that reach an edge at which a change of the code would. A line
-// says what; an input is kept for ever.
+// Inputs that broke something once, or that reach an edge at which a change of the code would. A
+// line says what; an input is kept for ever.
 
 #include <optional>
 
@@ -14,7 +14,8 @@ namespace {
 struct KeptInput {
     Generator generator;
     const char* bytes;  // hexadecimal
-    // Of the computing code: which form the bytes are, by name, so that a new form changes no input.
+    // Of the computing code: which form the bytes are, by name, so that a new form changes no
+    // input.
     std::optional<Form> form = std::nullopt;
 };
 

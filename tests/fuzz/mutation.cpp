@@ -12,10 +12,10 @@ constexpr std::size_t kLongest = 8192;  // units; no buffer of the library is la
 // Around the sizes of buffers and key names, and the largest that a 1024-character line holds.
 constexpr std::size_t kLengths[] = {1,   2,   31,   32,   99,   100,  254,  255, 256,
                                     260, 261, 1022, 1023, 1024, 1025, 2048, 4096};
-constexpr std::uint16_t kUnits[] = {0,    1,    '\t', '\n', '\r', ' ',    '"',    '%',    ',',    '-',
-                                    '.',  '/',  '0',  '9',  ':',  ';',    '<',    '=',    '>',    'A',
-                                    '\\', 'n',  's',  0x7F, 0x80, 0xFF,   0x0100, 0x20AC, 0xD800, 0xDBFF,
-                                    0xDC00, 0xDFFF, 0xFEFF, 0xFFFE, 0xFFFF};
+constexpr std::uint16_t kUnits[] = {
+    0,    1,    '\t',   '\n',   '\r',   ' ',    '"',    '%',    ',',    '-',    '.',   '/',
+    '0',  '9',  ':',    ';',    '<',    '=',    '>',    'A',    '\\',   'n',    's',   0x7F,
+    0x80, 0xFF, 0x0100, 0x20AC, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xFEFF, 0xFFFE, 0xFFFF};
 
 template <typename Text>
 typename Text::value_type InterestingUnit(Random& random) {
@@ -32,7 +32,9 @@ void MutateOnce(Random& random, Text& text, const std::vector<Text>& words) {
     switch (random.Below(9)) {
         case 0:
             if (at < text.size()) {
-                text[at] = static_cast<Unit>(text[at] ^ static_cast<Unit>(1U << random.Below(8 * std::min<std::size_t>(sizeof(Unit), 2))));
+                text[at] = static_cast<Unit>(
+                    text[at] ^ static_cast<Unit>(
+                                   1U << random.Below(8 * std::min<std::size_t>(sizeof(Unit), 2))));
             }
             break;
         case 1:
@@ -62,8 +64,9 @@ void MutateOnce(Random& random, Text& text, const std::vector<Text>& words) {
             break;
         case 7:
             if (random.OneIn(4)) {
-                text.insert(at, random.Of(kLengths),
-                            at < text.size() && random.OneIn(2) ? text[at] : InterestingUnit<Text>(random));
+                text.insert(
+                    at, random.Of(kLengths),
+                    at < text.size() && random.OneIn(2) ? text[at] : InterestingUnit<Text>(random));
             }
             break;
         default:
@@ -174,8 +177,9 @@ std::string MutatedDocument(Random& random, std::string document,
     }
     const std::size_t start = texts[random.Below(texts.size())];
     const std::size_t end = std::min(document.find('<', start), document.size());
-    std::string text = MutatedBytes(random, document.substr(start, end - start),
-                                    {"\\", ",", "%s", "%n", "\xC3\xA4", "\xE2\x82\xAC", "&amp;", "-1"});
+    std::string text =
+        MutatedBytes(random, document.substr(start, end - start),
+                     {"\\", ",", "%s", "%n", "\xC3\xA4", "\xE2\x82\xAC", "&amp;", "-1"});
     // No tag begins here, and no character that no document may hold.
     std::erase_if(text, [](char c) {
         const auto byte = static_cast<unsigned char>(c);

@@ -60,8 +60,8 @@ std::wstring Widened(const std::string& text) {
 
 unsigned long DottedAddress(const std::wstring& text) {
     std::string narrow(text.size() * 4 + 1, '\0');
-    WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, narrow.data(), static_cast<int>(narrow.size()), nullptr,
-                        nullptr);
+    WideCharToMultiByte(CP_ACP, 0, text.c_str(), -1, narrow.data(), static_cast<int>(narrow.size()),
+                        nullptr, nullptr);
     return inet_addr(narrow.c_str());
 }
 
@@ -71,14 +71,15 @@ bool IsDottedAddress(const std::wstring& text) {
 }
 
 DWORD AddressTypeOf(const std::wstring& address) {
-    if (address.find(L"http://") != std::wstring::npos || address.find(L"ipp://") != std::wstring::npos) {
+    if (address.find(L"http://") != std::wstring::npos ||
+        address.find(L"ipp://") != std::wstring::npos) {
         return 3;
     }
     return IsDottedAddress(address) ? 1 : 2;
 }
 
-// Behind the key's first occurrence, up to a colon that has no backslash before it and is not the first
-// character.
+// Behind the key's first occurrence, up to a colon that has no backslash before it and is not the
+// first character.
 std::wstring Value(const std::wstring& text, const std::wstring& key) {
     const auto at = text.find(key + L"=");
     std::wstring value;
@@ -242,7 +243,8 @@ std::optional<XcvPortInfo> InRecord(const PortValues& port, DWORD monitor_type) 
     XcvPortInfo record{};
     if (!FillSlot(record.PortName, port.PortName) ||
         !FillSlot(record.PrinterAddress, port.PrinterAddress) ||
-        !FillSlot(record.QueueName, port.QueueName) || !FillSlot(record.IpAddress, port.IpAddress) ||
+        !FillSlot(record.QueueName, port.QueueName) ||
+        !FillSlot(record.IpAddress, port.IpAddress) ||
         !FillSlot(record.SubnetMask, port.SubnetMask) ||
         !FillSlot(record.MacAddress, port.MacAddress) ||
         !FillSlot(record.ProxyServer, port.ProxyServer) ||
@@ -251,7 +253,7 @@ std::optional<XcvPortInfo> InRecord(const PortValues& port, DWORD monitor_type) 
     }
     record.ProtocolID = port.ProtocolID;
     record.PrinterAddressType = port.PrinterAddressType;
-    record.PortNumber = port.ProtocolID != kRaw        ? 515
+    record.PortNumber = port.ProtocolID != kRaw    ? 515
                         : monitor_type == kIdPrint ? port.SecureRawPortNo
                                                    : 9100;
     record.ProxyPort = port.ProxyPort;

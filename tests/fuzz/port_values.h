@@ -12,8 +12,8 @@
 
 namespace ksp::test {
 
-// What a port must be once a command was taken, read from the command's own input and not by the code
-// under test.
+// What a port must be once a command was taken, read from the command's own input and not by the
+// code under test.
 struct PortValues {
     std::wstring PortName = {};
     std::wstring PrinterAddress = {};
@@ -42,7 +42,8 @@ struct ProbedPrinter {
 // A text as the commands take it: up to its first zero.
 [[nodiscard]] std::wstring CommandText(std::string_view bytes);
 
-// Whether the system reads the text as an address 127.x.x.x, so that nothing sent there leaves the machine.
+// Whether the system reads the text as an address 127.x.x.x, so that nothing sent there leaves the
+// machine.
 [[nodiscard]] bool IsLoopbackAddress(const std::wstring& text);
 
 // The port of an AddPort string; none when it must be refused.
@@ -51,12 +52,13 @@ struct ProbedPrinter {
 // `code` says how.
 [[nodiscard]] std::optional<PortValues> SilentValues(const std::string& text,
                                                      const ProbedPrinter& printer, DWORD& code);
-// What a record makes of a port that there is: the address stays as it was found. None when no channel
-// can be made from it.
+// What a record makes of a port that there is: the address stays as it was found. None when no
+// channel can be made from it.
 [[nodiscard]] std::optional<PortValues> ConfiguredValues(PortValues port, const XcvPortInfo& record,
                                                          DWORD monitor_type);
 
-// The port's values in the registry as a command writes them, numbers as 8 hexadecimal digits behind '#'.
+// The port's values in the registry as a command writes them, numbers as 8 hexadecimal digits
+// behind '#'.
 using StoredValues = std::map<std::wstring, std::wstring>;
 [[nodiscard]] StoredValues InRegistry(const PortValues& port, DWORD monitor_type);
 [[nodiscard]] std::wstring NumberText(DWORD number);

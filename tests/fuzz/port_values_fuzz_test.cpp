@@ -1,5 +1,5 @@
-// What somebody wrote into the registry as ports: values of any type and size, under the names that the
-// monitor reads, and keys of any name.
+// What somebody wrote into the registry as ports: values of any type and size, under the names that
+// the monitor reads, and keys of any name.
 
 #include <algorithm>
 #include <array>
@@ -19,9 +19,10 @@ using ::testing::UnorderedElementsAreArray;
 
 // The values of three ports.
 constexpr std::array<const wchar_t*, 14> kPortValues = {
-    L"ProtocolID",      L"PrinterAddress", L"QueueName",     L"PrinterAddressType", L"IpAddress",
-    L"SubnetMask",      L"MacAddress",     L"ProxyServer",   L"ProxyPort",          L"SecureUserMode",
-    L"SecureRawPortNo", L"CheckPortNo",    L"UserIdentityName", L"Unknown"};
+    L"ProtocolID",       L"PrinterAddress", L"QueueName",       L"PrinterAddressType",
+    L"IpAddress",        L"SubnetMask",     L"MacAddress",      L"ProxyServer",
+    L"ProxyPort",        L"SecureUserMode", L"SecureRawPortNo", L"CheckPortNo",
+    L"UserIdentityName", L"Unknown"};
 constexpr std::uint8_t kPorts = 3;
 constexpr std::uint8_t kKeyName = 0xFF;  // names a further port
 
@@ -58,12 +59,14 @@ class PortValuesFuzz : public FuzzTest, public ::testing::WithParamInterface<DWO
         store().MakeKey(root(), L"Ports");
         for (const TapedValue& value : ReadTape(tape)) {
             if (value.name == kKeyName) {
-                MakePort(WideText({reinterpret_cast<const char*>(value.data.data()), value.data.size()}));
+                MakePort(WideText(
+                    {reinterpret_cast<const char*>(value.data.data()), value.data.size()}));
                 continue;
             }
             const std::wstring port = L"Port" + std::to_wstring(value.name % kPorts);
-            store().SetBytes(root(), PortPath(port), kPortValues[value.name / kPorts % kPortValues.size()],
-                             value.type, value.data);
+            store().SetBytes(root(), PortPath(port),
+                             kPortValues[value.name / kPorts % kPortValues.size()], value.type,
+                             value.data);
         }
         std::vector<PortValues> ports;
         for (const std::wstring& name : store().SubkeyNames(root(), L"Ports")) {
@@ -133,20 +136,22 @@ class PortValuesFuzz : public FuzzTest, public ::testing::WithParamInterface<DWO
     }
     // The first port that is tracked answers for all behind it.
     void ExpectRecord(const std::vector<PortValues>& ports, const std::wstring& name) {
-        const auto answers = std::find_if(ports.begin(), ports.end(), [&name](const PortValues& port) {
-            return port.PortName == name || port.PrinterAddressType == kTracked;
-        });
+        const auto answers =
+            std::find_if(ports.begin(), ports.end(), [&name](const PortValues& port) {
+                return port.PortName == name || port.PrinterAddressType == kTracked;
+            });
         const std::optional<XcvPortInfo> expected = InRecord(*answers, GetParam());
         const Reply reply = Call(L"GetPortConfig", WideBytes(name + L'\0'), sizeof(XcvPortInfo));
         ASSERT_EQ(reply.code, SuccessIf(expected.has_value()));
-        EXPECT_TRUE(!expected || reply.output == std::string(reinterpret_cast<const char*>(&*expected),
-                                                             sizeof(*expected)))
+        EXPECT_TRUE(!expected ||
+                    reply.output ==
+                        std::string(reinterpret_cast<const char*>(&*expected), sizeof(*expected)))
             << "another record";
     }
     void TryJob(const std::vector<PortValues>& ports, const std::wstring& name) {
-        const auto port = std::find_if(ports.begin(), ports.end(), [&name](const PortValues& candidate) {
-            return candidate.PortName == name;
-        });
+        const auto port = std::find_if(
+            ports.begin(), ports.end(),
+            [&name](const PortValues& candidate) { return candidate.PortName == name; });
         // A line printer daemon that nobody runs is waited for as long as the job is there.
         if (port->ProtocolID != kRaw) {
             spooler().SetHook(WinspoolGetJob, [this] {
@@ -182,7 +187,8 @@ std::uint8_t NameNumber(std::size_t value, std::size_t port) {
 }
 
 std::string PortValuesTape(Random& random) {
-    constexpr DWORD kNumbers[] = {0, 1, 2, 3, 4, 5, kCheckPort, kSecureRawPort, 0xFFFF, 0x10000, 0xFFFFFFFF};
+    constexpr DWORD kNumbers[] = {0,      1,       2,         3, 4, 5, kCheckPort, kSecureRawPort,
+                                  0xFFFF, 0x10000, 0xFFFFFFFF};
     std::string tape;
     const bool has_whole_port = random.OneIn(2);
     if (has_whole_port) {
@@ -198,10 +204,12 @@ std::string PortValuesTape(Random& random) {
     for (std::size_t count = 1 + random.Below(ports == 1 ? 4 : 12); count > 0; --count) {
         const std::uint8_t name = NameNumber(random.Below(kPortValues.size()), random.Below(ports));
         if (ports > 1 && random.OneIn(8)) {
-            AppendToTape(tape, kKeyName, REG_NONE, MutatedText(random, L"Another Port", PortWords()));
+            AppendToTape(tape, kKeyName, REG_NONE,
+                         MutatedText(random, L"Another Port", PortWords()));
         } else if (random.OneIn(2)) {
-            AppendMutated(random, tape, name, REG_SZ,
-                          MutatedText(random, random.OneIn(2) ? L"127.0.0.1" : MacForm(random), PortWords()));
+            AppendMutated(
+                random, tape, name, REG_SZ,
+                MutatedText(random, random.OneIn(2) ? L"127.0.0.1" : MacForm(random), PortWords()));
         } else {
             AppendMutated(random, tape, name, REG_DWORD, DwordBytes(random.Of(kNumbers)));
         }

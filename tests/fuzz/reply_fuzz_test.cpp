@@ -18,8 +18,8 @@ using standins::LpdStep;
 const std::vector<uint8_t> kDocument = {'d', 'o', 'c', 'u', 'm', 'e', 'n', 't'};
 
 // An answer for each step of a job: how many bytes, the bytes, and what becomes of the connection.
-constexpr std::array kSteps = {LpdStep::kReceiveJob, LpdStep::kControlCommand, LpdStep::kControlFile,
-                               LpdStep::kDataCommand, LpdStep::kDataFile};
+constexpr std::array kSteps = {LpdStep::kReceiveJob, LpdStep::kControlCommand,
+                               LpdStep::kControlFile, LpdStep::kDataCommand, LpdStep::kDataFile};
 
 constexpr std::size_t kTaken = 3;
 
@@ -33,7 +33,8 @@ std::vector<LpdAnswer> ReadAnswers(std::string_view input) {
     for (std::size_t step = 0; step < kSteps.size(); ++step) {
         const std::string size = take(1);
         // At least one byte: a printer that says nothing is a matter of time-outs.
-        LpdAnswer answer{.bytes = take(1 + (size.empty() ? 0U : static_cast<std::uint8_t>(size[0]) % 4U))};
+        LpdAnswer answer{
+            .bytes = take(1 + (size.empty() ? 0U : static_cast<std::uint8_t>(size[0]) % 4U))};
         const std::string then = take(1);
         if (answer.bytes.empty()) {
             answer.bytes = std::string(1, '\0');
@@ -81,8 +82,8 @@ class LprFuzz : public FuzzTest, public ::testing::WithParamInterface<DWORD> {
         std::map<LpdStep, LpdAnswer> behavior;
         std::string stream;
         // The job is taken once everything up to the command for its data is acknowledged. A daemon
-        // that hangs up then has no way left to say so: the data's own acknowledgement only ends the
-        // job.
+        // that hangs up then has no way left to say so: the data's own acknowledgement only ends
+        // the job.
         bool is_taken = true;
         bool stays = true;
         for (std::size_t step = 0; step < kSteps.size(); ++step) {
@@ -137,7 +138,8 @@ TEST_P(LprFuzz, Acknowledgements) {
     Fuzz(
         Generator::kLprAcknowledgements, 12,
         [](Random& random) {
-            return random.OneIn(2) ? AnswersForm(random) : MutatedBytes(random, AnswersForm(random));
+            return random.OneIn(2) ? AnswersForm(random)
+                                   : MutatedBytes(random, AnswersForm(random));
         },
         [this](const std::string& input) { TryAnswers(input); });
 }
@@ -157,7 +159,8 @@ class ConfirmationFuzz : public FuzzTest {
         service_->SetBehavior({.reply = {{reply}}, .closes = input[0] != 0 || !is_ready});
         const host::JobOutcome outcome = Print(QueueJob(L"Port"), kDocument, {.max_refusals = 2});
         outcomes_.Count(outcome.failed_step == host::JobStep::kNone);
-        EXPECT_EQ(outcome.failed_step, is_ready ? host::JobStep::kNone : host::JobStep::kStartDocPort);
+        EXPECT_EQ(outcome.failed_step,
+                  is_ready ? host::JobStep::kNone : host::JobStep::kStartDocPort);
     }
 
     std::optional<ConfirmationService> service_;

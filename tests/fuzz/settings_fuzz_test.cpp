@@ -1,5 +1,5 @@
-// What somebody wrote into the registry as settings: values of any type and size, under the names that
-// the monitor reads.
+// What somebody wrote into the registry as settings: values of any type and size, under the names
+// that the monitor reads.
 
 #include <algorithm>
 #include <array>
@@ -65,19 +65,22 @@ class SettingsFuzz : public FuzzTest {
                 KeepInside(value, setting.kind);
             }
             // A longer wait for a reply is a longer wait; a search ends when the printer is found.
-            if (IsNumber(value.type, value.data) && setting.name == std::wstring(L"WaitServerReplyTimeout")) {
+            if (IsNumber(value.type, value.data) &&
+                setting.name == std::wstring(L"WaitServerReplyTimeout")) {
                 value.data = {1, 0, 0, 0};
             }
-            if (IsNumber(value.type, value.data) && setting.name == std::wstring(L"WaitPrinterValueTimeout")) {
+            if (IsNumber(value.type, value.data) &&
+                setting.name == std::wstring(L"WaitPrinterValueTimeout")) {
                 value.data[0] |= 0x40;
             }
             const auto [root_key, path] = PlaceOf(setting.key);
             store().SetBytes(root_key, path, setting.name, value.type, value.data);
         }
-        // Without its type or its directory the monitor refuses to start; with another directory it has no
-        // library to follow its printers with.
+        // Without its type or its directory the monitor refuses to start; with another directory it
+        // has no library to follow its printers with.
         const DWORD type = store().GetDword(root(), L"", L"KSPRINT_SECURE").value_or(0);
-        const bool starts = (type == 1 || type == kIdPrint) && IsText(Key::kSoftware, L"ExeDirectory");
+        const bool starts =
+            (type == 1 || type == kIdPrint) && IsText(Key::kSoftware, L"ExeDirectory");
         outcomes_.Count(starts);
         if (!starts) {
             EXPECT_TRUE(StartExpectingFailure());
@@ -124,13 +127,16 @@ class SettingsFuzz : public FuzzTest {
         }
         return {HKEY_LOCAL_MACHINE, L"SOFTWARE\\TAVRIN\\PNOTIFY"};
     }
-    // Everything as it should be: the settings of the type that the values choose, a port whose printer
-    // has moved, and one over LPR.
+    // Everything as it should be: the settings of the type that the values choose, a port whose
+    // printer has moved, and one over LPR.
     void MakeWorld(const std::vector<TapedValue>& values) {
         DWORD type = 1;
         for (const TapedValue& value : values) {
             if (SettingOf(value).key == Key::kRoot) {
-                type = IsNumber(value.type, value.data) && value.data == std::vector<BYTE>{2, 0, 0, 0} ? 2 : 1;
+                type =
+                    IsNumber(value.type, value.data) && value.data == std::vector<BYTE>{2, 0, 0, 0}
+                        ? 2
+                        : 1;
             }
         }
         for (const Key key : {Key::kSpool, Key::kNotifier}) {
@@ -146,13 +152,15 @@ class SettingsFuzz : public FuzzTest {
                     .PrinterAddressType = 4,
                     .IpAddress = L"127.9.9.9",
                     .MacAddress = kMac});
-        store().SetDword(root(), PortPath(L"Port"), L"SecureRawPortNo", standins::LoopbackPrinter::kRawPort);
+        store().SetDword(root(), PortPath(L"Port"), L"SecureRawPortNo",
+                         standins::LoopbackPrinter::kRawPort);
         store().SetDword(root(), PortPath(L"Port"), L"CheckPortNo", kCheckPort);
         AddPortKey({.name = L"Lpr", .PrinterAddress = L"127.9.9.8", .ProtocolID = 0});
     }
     // To nobody: for the spool file's directory. A job that could not be sent is deleted.
     void PrintOverLpr(const std::vector<uint8_t>& data) {
-        if (!IsText(Key::kSoftware, L"LPRDirectory") && !IsText(Key::kSpool, L"DefaultSpoolDirectory")) {
+        if (!IsText(Key::kSoftware, L"LPRDirectory") &&
+            !IsText(Key::kSpool, L"DefaultSpoolDirectory")) {
             return;  // the spool file would lie in the current directory
         }
         spooler().SetHook(WinspoolGetJob,
@@ -162,7 +170,8 @@ class SettingsFuzz : public FuzzTest {
     }
     // Files are only written below the test's own directory, whatever their names.
     void KeepInside(TapedValue& value, Kind kind) {
-        std::wstring text = WideText({reinterpret_cast<const char*>(value.data.data()), value.data.size()});
+        std::wstring text =
+            WideText({reinterpret_cast<const char*>(value.data.data()), value.data.size()});
         for (const wchar_t* leaving : {L"..", L":"}) {
             for (auto at = text.find(leaving); at != std::wstring::npos; at = text.find(leaving)) {
                 text[at] = L'_';
@@ -180,8 +189,9 @@ std::string SettingsTape(Random& random) {
         const std::size_t index = random.Below(kSettings.size());
         const auto name = static_cast<std::uint8_t>(index);
         const auto append_text = [&](const wchar_t* form) {
-            AppendMutated(random, tape, name, REG_SZ,
-                          MutatedText(random, form, {L".", L";", L"/", L"\"", L"<", L"&", L"%s", L" "}));
+            AppendMutated(
+                random, tape, name, REG_SZ,
+                MutatedText(random, form, {L".", L";", L"/", L"\"", L"<", L"&", L"%s", L" "}));
         };
         switch (kSettings[index].kind) {
             case Kind::kNumber:
@@ -190,7 +200,8 @@ std::string SettingsTape(Random& random) {
                                   random.OneIn(2) ? random.Below(4) : random.Next())));
                 break;
             case Kind::kByte:
-                AppendMutated(random, tape, name, REG_BINARY, std::string(1, static_cast<char>(random.Below(3))));
+                AppendMutated(random, tape, name, REG_BINARY,
+                              std::string(1, static_cast<char>(random.Below(3))));
                 break;
             case Kind::kSubnet:
                 append_text(L"127.0.0.0;255.0.0.0");
@@ -214,9 +225,8 @@ TEST_F(SettingsFuzz, FollowsItsPrinter) {
     discovery_.AddDevice({.address = printer.address(), .mac = kNarrowMac});
     const ConfirmationService service(Ready(), {printer.address(), kCheckPort});
     ASSERT_TRUE(service.ready());
-    Fuzz(Generator::kSettings, 16, SettingsTape, [&](const std::string& input) {
-        TrySettings(input, printer.wide_address());
-    });
+    Fuzz(Generator::kSettings, 16, SettingsTape,
+         [&](const std::string& input) { TrySettings(input, printer.wide_address()); });
     Unload();
 }
 

@@ -31,7 +31,7 @@ class XcvFuzz : public FuzzTest {
         for (const std::wstring& value : store().ValueNames(root(), PortPath(name))) {
             const auto stored = store().GetValue(root(), PortPath(name), value);
             const auto number = store().GetDword(root(), PortPath(name), value);
-            values[value] = number                    ? NumberText(*number)
+            values[value] = number                   ? NumberText(*number)
                             : stored->type == REG_SZ ? host::TextOf(stored->data)
                                                      : L"neither text nor number";
         }
@@ -77,7 +77,8 @@ class XcvFuzz : public FuzzTest {
     void TrySilentAdd(const std::string& input) {
         ForgetCalls();
         DWORD code = ERROR_SUCCESS;
-        const std::optional<PortValues> port = SilentValues(input, {L"127.0.0.1", kMac, kModel}, code);
+        const std::optional<PortValues> port =
+            SilentValues(input, {L"127.0.0.1", kMac, kModel}, code);
         const Reply reply = Call(L"SilentAddPort", input);
         outcomes_.Count(reply.code == ERROR_SUCCESS);
         EXPECT_EQ(reply.input, input);
@@ -97,12 +98,12 @@ class XcvFuzz : public FuzzTest {
         const bool is_whole = input.size() >= sizeof(record);
         std::memcpy(static_cast<void*>(&record), input.data(), is_whole ? sizeof(record) : 0);
         const std::wstring name =
-            is_whole ? CommandText(std::string_view(input).substr(0, sizeof(record.PortName))) : L"Port";
+            is_whole ? CommandText(std::string_view(input).substr(0, sizeof(record.PortName)))
+                     : L"Port";
         const std::wstring string =
             L"x,2,127.0.0.1," + name + L",127.1.2.3,255.0.0.0,0026AB123456,1,0,9200,9101,identity";
         const std::optional<PortValues> before = AddPortValues(string, type_);
-        ASSERT_EQ(Call(L"AddPort", WideBytes(string)).code,
-                  SuccessIf(before.has_value()));
+        ASSERT_EQ(Call(L"AddPort", WideBytes(string)).code, SuccessIf(before.has_value()));
         const bool is_there = before && before->PortName == name;
         const std::optional<PortValues> after =
             is_whole && is_there ? ConfiguredValues(*before, record, type_) : std::nullopt;
@@ -189,7 +190,8 @@ TEST_F(XcvFuzz, LoggedStrings) {
     Fuzz(
         Generator::kLoggedString, 12,
         [](Random& random) {
-            return MutatedText(random, AddPortForm(random), {L"%s%s%s%s", L"%n", L"%1048576d", L"%"});
+            return MutatedText(random, AddPortForm(random),
+                               {L"%s%s%s%s", L"%n", L"%1048576d", L"%"});
         },
         [this](const std::string& input) { TryAddPort(input); });
     EXPECT_GT(ReadLog().lines().size(), 0U);
@@ -199,13 +201,15 @@ TEST_P(XcvTypeFuzz, PortRecords) {
     Fuzz(
         Generator::kPortRecord, 400,
         [](Random& random) {
-            // Most of a record is zeros; so the changes go into one of its first fields, or anywhere.
+            // Most of a record is zeros; so the changes go into one of its first fields, or
+            // anywhere.
             std::string form = PortRecordForm(random);
             if (random.OneIn(2)) {
                 return MutatedBytes(random, form);
             }
             const std::size_t slot = random.Below(3) * sizeof(XcvPortInfo::Text);
-            std::string text = MutatedText(random, CommandText(form.substr(slot, 100)), PortWords());
+            std::string text =
+                MutatedText(random, CommandText(form.substr(slot, 100)), PortWords());
             text.resize(std::min(text.size(), sizeof(XcvPortInfo::Text)));
             return form.replace(slot, text.size(), text);
         },
@@ -228,7 +232,8 @@ TEST_F(XcvFuzz, Commands) {
         Generator::kCommand, 3000,
         [](Random& random) {
             const auto command = static_cast<char>(random.Below(10));
-            return command + MutatedText(random, random.OneIn(2) ? L"Port" : L"PortExists", PortWords());
+            return command +
+                   MutatedText(random, random.OneIn(2) ? L"Port" : L"PortExists", PortWords());
         },
         [this](const std::string& input) { TryCommand(input); });
 }

@@ -84,8 +84,8 @@ TEST_F(IdJobTest, EveryRawJobOfAPortHasItsHeader) {
     EXPECT_THAT(checks_->Requests(2), ElementsAre("CONF_REQ", "CONF_REQ"));
 }
 
-// The channel counts what went over the wire, the header too; a spooler that was told so would go on
-// behind the end of its buffer.
+// The channel counts what went over the wire, the header too; a spooler that was told so would go
+// on behind the end of its buffer.
 TEST_F(IdJobTest, AWriteThatCompletesAPendingConnectionReportsNoMoreThanItWasOffered) {
     StartChecks();
     StartRaw({.answer = PrinterBehavior::Answer::kNeverAnswer});

@@ -70,8 +70,8 @@ class LprPorts final : public IPortServices {
     bool knows_printer = true;
     std::uint32_t printer_status = 0x400;
     std::function<void()> on_status = {};  // called by SetPortStatus
-    bool is_memory_out = false;        // for the next SetPortStatus
-    bool is_memory_out_again = false;  // for the next SetJobError
+    bool is_memory_out = false;            // for the next SetPortStatus
+    bool is_memory_out_again = false;      // for the next SetJobError
     std::function<bool()> is_job_ended = {};
     size_t asked = 0;  // whether the job has ended
     // A job that a channel holds for longer than any test means to has ended.

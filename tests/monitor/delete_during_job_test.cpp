@@ -1,14 +1,15 @@
-// A port that is deleted while a job is on it: what becomes of the job, and what the spooler is told.
+// A port that is deleted while a job is on it: what becomes of the job, and what the spooler is
+// told.
 
 #include "tests/monitor/port_call_test.h"
 
 namespace ksp::test {
 namespace {
 
+using standins::LoopbackPrinter;
 using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using standins::LoopbackPrinter;
 
 class DeleteDuringJobTest : public PortCallTest {
   protected:

@@ -53,8 +53,8 @@ TEST_F(PrintingAddressTest, ANameWithoutAPortIsResolvedAllTheSame) {
 // A record whose address cannot be read has none.
 TEST_F(PrintingAddressTest, NoNameIsNotThisComputer) {
     EXPECT_EQ(Resolve(L""), static_cast<DWORD>(WSAHOST_NOT_FOUND));
-    EXPECT_EQ(Count(LineLevel::kInfo, L"Unable to get address for host name = . " +
-                                          SystemText(WSAHOST_NOT_FOUND)),
+    EXPECT_EQ(Count(LineLevel::kInfo,
+                    L"Unable to get address for host name = . " + SystemText(WSAHOST_NOT_FOUND)),
               1u)
         << ReadLog().Describe();
     EXPECT_EQ(address_.Text(), L"0.0.0.0");

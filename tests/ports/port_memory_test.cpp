@@ -173,7 +173,12 @@ TEST_F(PortMemoryTest, DeletionIsCarriedOutOrNotAtAll) {
         const bool listed = manager().Ports().FindPortIdByName(info.PortName) != CPortList::kNoId;
         EXPECT_EQ(listed, !deleted);
         EXPECT_EQ(HasKey(info.PortName), listed);
-        if (!listed) {
+        if (listed) {
+            const HANDLE handle = StartJob(info.PortName);
+            EXPECT_NE(handle, nullptr) << "a port that stays takes jobs";
+            EXPECT_TRUE(operations().EndDocPort(handle));
+            EXPECT_TRUE(operations().ClosePort(handle));
+        } else {
             ASSERT_TRUE(Add(info).result);
         }
     };

@@ -33,8 +33,9 @@ class RegistryKeyTest : public ::testing::Test {
     }
     static std::optional<std::wstring> SubkeyName(const CRegistryKey& key, DWORD index) {
         CSubkey subkey;
-        return key.ReadSubkey(index, subkey) == ERROR_SUCCESS ? std::optional<std::wstring>(subkey.name)
-                                             : std::nullopt;
+        return key.ReadSubkey(index, subkey) == ERROR_SUCCESS
+                   ? std::optional<std::wstring>(subkey.name)
+                   : std::nullopt;
     }
     [[nodiscard]] std::size_t OpenKeys() const { return memory_.OpenKeyCount(); }
 

@@ -112,9 +112,8 @@ TEST_F(RegistryLoadTest, EndsAtAFailureThatStaysWithWhatWasReadSoFar) {
                         .nth = 3,
                         .and_later = true});
     EXPECT_THAT(LoadNames(), ElementsAre(L"a", L"b"));
-    EXPECT_THAT(Lines(),
-                ElementsAre("INFO: Load Port : a", "INFO: Load Port : b",
-                            "ERROR: Unable to enumerate the ports ( 5 )"));
+    EXPECT_THAT(Lines(), ElementsAre("INFO: Load Port : a", "INFO: Load Port : b",
+                                     "ERROR: Unable to enumerate the ports ( 5 )"));
 }
 
 TEST_F(RegistryLoadTest, DoesNotLoopWhenThePortsKeyCannotBeRead) {

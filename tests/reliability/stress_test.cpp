@@ -69,8 +69,7 @@ void PrintTo(Registry registry, std::ostream* out) {
 
 class StressTest : public PortCallTest, public ::testing::WithParamInterface<Registry> {
   protected:
-    // Seconds. No printer is ill here, and the machine may be slow; but a job that is cut over LPR
-    // waits so long for the acknowledgement that its printer does not give.
+    // Seconds. No printer is ill here, and the machine may be slow.
     static constexpr DWORD kReplyTimeout = 60;
 
     void SetUp() override {

@@ -215,7 +215,7 @@ std::vector<standins::Socket> TakeReservedPorts() {
     return taken;
 }
 
-// First of the tests that connect from reserved ports: it needs them all.
+// It needs all the reserved ports, which others may have had a minute ago.
 TEST_F(KspctlCheckTest, ARefusalOfAQuestionFromAnOrdinaryPortIsNoRefusalOfJobs) {
     const auto taken = TakeReservedPorts();
     const LoopbackPrinter printer = LprPrinter("your host may not use this printer\n");

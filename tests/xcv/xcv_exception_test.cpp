@@ -75,8 +75,8 @@ TEST_F(XcvExceptionTest, WithoutMemoryNoHandleIsGiven) {
     HANDLE xcv = nullptr;
     EXPECT_FALSE(table().pfnXcvOpenPort(monitor(), nullptr, SERVER_ACCESS_ADMINISTER, &xcv));
     EXPECT_EQ(xcv, nullptr);
-    EXPECT_THAT(NewLines(), ElementsAre("TRACE called xcv open port",
-                                        "CRITICAL memory allocation failure"));
+    EXPECT_THAT(NewLines(),
+                ElementsAre("TRACE called xcv open port", "CRITICAL memory allocation failure"));
 }
 
 TEST_F(XcvExceptionTest, WhatIsThrownAtTheEndIsCaught) {

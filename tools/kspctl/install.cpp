@@ -15,8 +15,8 @@ MonitorType WantedType(const Request& request) {
     return request.id_print ? MonitorType::kIdPrint : MonitorType::kOrdinary;
 }
 
-// Each kind has a file of its own: a process has a library only once, and one that serves both kinds
-// would stay what it was first started as.
+// Each kind has a file of its own: a process has a library only once, and one that serves both
+// kinds would stay what it was first started as.
 std::wstring DefaultTarget(MonitorType type) {
     return type == MonitorType::kIdPrint ? L"kspmonid.dll" : kShippedLibrary;
 }

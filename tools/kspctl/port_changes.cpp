@@ -41,8 +41,9 @@ Problem CheckRecord(const CPortInfo& info, MonitorType type) {
 
 Problem CheckTracking(const CPortInfo& info) {
     return info.IsTracked() && info.MacAddress.empty()
-               ? Problem(WrongUsage(L"a tracked port needs a MAC address (--mac, MacAddress): by it "
-                                    L"the printer is found again"))
+               ? Problem(
+                     WrongUsage(L"a tracked port needs a MAC address (--mac, MacAddress): by it "
+                                L"the printer is found again"))
                : std::nullopt;
 }
 

@@ -99,10 +99,10 @@ CheckStep PortCheck::CheckRecord(const Discovery& /*discovery*/) {
         step.result = CheckResult::kFailed;
         step.text = std::wstring(field->name) + L" is " + std::to_wstring(info_.*field->number) +
                     L", which is no TCP port";
-        step.advice = L"give the port one from 1 to 65535: kspctl set PORT " +
-                      std::wstring(field->change == FieldChange::kFixed ? L"SecureRawPortNo"
-                                                                        : field->name) +
-                      L"=NUMBER";
+        step.advice =
+            L"give the port one from 1 to 65535: kspctl set PORT " +
+            std::wstring(field->change == FieldChange::kFixed ? L"SecureRawPortNo" : field->name) +
+            L"=NUMBER";
         return step;
     }
     if (PrintsNothing(info_, type_)) {

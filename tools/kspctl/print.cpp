@@ -62,7 +62,12 @@ struct MonitorOfThisComputer {
 MonitorOfThisComputer ReadMonitor(MonitorType type) {
     MonitorOfThisComputer monitor;
     CRegistryStore& store = RegistryStore();
-    store.OpenSoftwareKey(type);
+    // Opening it through the store would make it.
+    CRegistryKey key;
+    if (MachineRegistry registry;
+        registry.Open(SoftwareKeyPath(type), KEY_READ, &key) == ERROR_SUCCESS) {
+        store.OpenSoftwareKey(type);
+    }
     monitor.exe_directory = store.GetExeDirectory();
     if (monitor.exe_directory.empty()) {
         monitor.exe_directory = print::ProgramDirectory();

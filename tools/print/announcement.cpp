@@ -52,10 +52,10 @@ void Announce(const Parties& parties) {
     PrintField(L"document",
                parties.document.name() + L", " + Counted(parties.document.size(), L"byte"));
     PrintField(L"monitor", parties.program_directory + L"\\kspmon.dll");
-    PrintField(L"port", setup.port + L": " + std::wstring(protocol.title) + L" to " +
-                            setup.printer_address + L" port " +
-                            std::to_wstring(setup.record ? setup.record->PortNumber
-                                                         : protocol.port));
+    PrintField(L"port",
+               setup.port + L": " + std::wstring(protocol.title) + L" to " + setup.printer_address +
+                   L" port " +
+                   std::to_wstring(setup.record ? setup.record->PortNumber : protocol.port));
     AnnounceSettings(parties.options.settings);
     if (parties.printer == nullptr) {
         AnnounceRealPrinter(parties);
