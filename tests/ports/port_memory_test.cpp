@@ -158,6 +158,7 @@ TEST_F(PortMemoryTest, StatusServicesSayThatMemoryRanOut) {
 
 TEST_F(PortMemoryTest, DeletionIsCarriedOutOrNotAtAll) {
     ASSERT_TRUE(Initialize());
+    QueueJob();
     const CPortInfo info = Raw(L"a port with a long name");
     bool deleted = false;
     const auto remove = [&] {
