@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 
 #include "tests/host/patched_import.h"
 #include "tests/net/stream_socket_test.h"
@@ -18,12 +19,18 @@ class Refusal;
 template <class... Arguments>
 class Refusal<int(WINAPI*)(Arguments...)> {
   public:
-    Refusal(const char* function, int error, int times = 1)
-        : error_(error), left_(times), patch_(function, Answer) {
-        EXPECT_TRUE(patch_.works());
-        current_ = this;
+    Refusal(const char* function, int error, int times = 1) {
+        ULONG_PTR* const import = FindImport(nullptr, function);
+        if (import == nullptr) {
+            ADD_FAILURE() << "nobody calls " << function;
+            return;
+        }
+        original_ = reinterpret_cast<Function>(*import);
+        error_ = error;
+        left_ = times;
+        thread_ = GetCurrentThreadId();
+        patch_.emplace(function, Answer);
     }
-    ~Refusal() { current_ = nullptr; }
     Refusal(const Refusal&) = delete;
     Refusal& operator=(const Refusal&) = delete;
 
@@ -31,21 +38,23 @@ class Refusal<int(WINAPI*)(Arguments...)> {
     [[nodiscard]] int left() const { return left_; }
 
   private:
+    using Function = int(WINAPI*)(Arguments...);
+
     static int WINAPI Answer(Arguments... arguments) {
-        Refusal& self = *current_;
-        if (GetCurrentThreadId() != self.thread_ || self.left_ == 0) {
-            return self.patch_.original()(arguments...);
+        if (GetCurrentThreadId() != thread_ || left_ == 0) {
+            return original_(arguments...);
         }
-        --self.left_;
-        WSASetLastError(self.error_);
+        --left_;
+        WSASetLastError(error_);
         return SOCKET_ERROR;
     }
 
-    inline static Refusal* current_ = nullptr;
-    const DWORD thread_ = GetCurrentThreadId();
-    const int error_;
-    std::atomic<int> left_;
-    const PatchedImport<int(WINAPI*)(Arguments...)> patch_;
+    // Of the class: a printer's thread may still be in the answer when the object is gone.
+    inline static std::atomic<Function> original_{nullptr};
+    inline static std::atomic<DWORD> thread_{0};
+    inline static std::atomic<int> error_{0};
+    inline static std::atomic<int> left_{0};
+    std::optional<PatchedImport<Function>> patch_;
 };
 
 int WINAPI NoError(SOCKET /*socket*/, int /*level*/, int /*name*/, char* value, int* length) {
