@@ -23,6 +23,7 @@
 
 namespace ksp::test {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;

@@ -63,6 +63,12 @@ BOOL WINAPI UnluckyWrite(HANDLE file, LPCVOID data, DWORD length, LPDWORD writte
     return FALSE;
 }
 
+BOOL WINAPI NoRead(HANDLE /*file*/, LPVOID /*data*/, DWORD /*length*/, LPDWORD /*read*/,
+                   LPOVERLAPPED /*overlapped*/) {
+    SetLastError(ERROR_IO_DEVICE);
+    return FALSE;
+}
+
 int WSAAPI NoHostName(char* /*name*/, int /*length*/) {
     WSASetLastError(WSAENETDOWN);
     return SOCKET_ERROR;
@@ -204,6 +210,21 @@ TEST_F(LprRefusedCallsTest, AHeaderThatCannotBeSpooledEndsTheSpooling) {
     g_takes_half = false;
     EXPECT_EQ(WriteWithHeader("header", std::string(kUnlucky - 6, 'x')), -1);
     EXPECT_EQ(state(), ChannelState::kSpoolFailed);
+}
+
+// Half of a document must not end as if it were whole.
+TEST_F(LprRefusedCallsTest, ASpoolFileThatCannotBeReadHoldsTheJob) {
+    Start();
+    const PatchedImport<decltype(&::ReadFile)> patch("ReadFile", NoRead);
+    ASSERT_TRUE(patch.works());
+    ASSERT_NO_FATAL_FAILURE(Spool("data!"));
+    EndJobAtQuestion(1);
+    ASSERT_EQ(channel().EndDoc(), 0);
+    EXPECT_GE(Count(LineLevel::kInfo, L"The sendtoServer failed .."), 1u);
+    EXPECT_THAT(ports_.TakeCalls(), Contains("SetJobError 7"));
+    const LpdConnection seen = OnlyConnection();
+    EXPECT_FALSE(seen.has_whole_data);
+    EXPECT_EQ(seen.data, "") << "not even the octet that ends the data";
 }
 
 TEST_F(LprRefusedCallsTest, AnErrorInPlaceOfAnAnswerHoldsTheJob) {

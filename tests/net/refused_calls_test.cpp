@@ -68,6 +68,13 @@ int WINAPI NoStart(WORD /*version*/, WSADATA* /*data*/) {
     return WSASYSNOTREADY;
 }
 
+// A host that has addresses of another kind only.
+hostent* WINAPI OtherFamily(const char* /*name*/) {
+    static char* addresses[] = {nullptr};
+    static hostent host = {nullptr, nullptr, AF_INET6, 16, addresses};
+    return &host;
+}
+
 constexpr char kByte = 'x';
 
 class RefusedCallsTest : public StreamSocketTest {
@@ -109,6 +116,13 @@ TEST_F(RefusedCallsTest, AComputerWithoutANameHasNoLocalAddress) {
               1u)
         << ReadLog().Describe();
     EXPECT_EQ(address.Text(), L"0.0.0.0");
+}
+
+TEST_F(RefusedCallsTest, AHostWithoutAnIpv4AddressHasNone) {
+    const PatchedImport<decltype(&::gethostbyname)> patch("gethostbyname", OtherFamily);
+    ASSERT_TRUE(patch.works());
+    CSLIpAddr address;
+    EXPECT_EQ(address.getByName(L"printer"), static_cast<DWORD>(WSANO_DATA));
 }
 
 TEST_F(RefusedCallsTest, AConnectionWithoutAKnownPortIsNone) {
