@@ -173,7 +173,8 @@ void FaultRun::PrintJobs() {
             // An LPR job whose size cannot be had is announced as empty, and goes to its daemon as
             // that.
             job.may_be_lost = struck && fault_.IsOfSystem({"GetFileSizeEx"});
-            job.may_lack_header = struck && fault_.boundary == Boundary::kSpooler;
+            job.may_lack_header = struck && (fault_.boundary == Boundary::kSpooler ||
+                                             fault_.boundary == Boundary::kMemory);
         }
     };
     switch (transport_) {

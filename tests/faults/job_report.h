@@ -19,7 +19,7 @@ struct JobReport {
     bool must_print = false;       // nothing failed while it was printed
     bool must_be_taken = false;    // one call may have failed
     bool may_be_lost = false;      // its printer went where the protocol tells nobody
-    bool may_lack_header = false;  // a call that the ID-print header needs may have failed
+    bool may_lack_header = false;  // what the ID-print header needs may have failed
 };
 
 // What one connection brought to a printer.
