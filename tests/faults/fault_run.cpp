@@ -78,6 +78,7 @@ void FaultRun::LiveIn(FaultWorld& world) {
     if (!library_.Unload()) {
         Find("the library stays in the process");
     }
+    world.printers().WaitForEndings();
     result_.struck = world.Struck();
     result_.counts = world.Counts();
     world.Disarm();

@@ -74,6 +74,21 @@ void Printers::EndSilence() {
     }
 }
 
+void Printers::WaitForEndings() {
+    const auto wait = [](auto& printer) {
+        static_cast<void>(printer.WaitForEndings(printer.connections().size()));
+    };
+    for (const auto& printer : raw_) {
+        wait(*printer);
+    }
+    for (const auto& daemon : daemons_) {
+        wait(*daemon);
+    }
+    if (broken_check_ != nullptr) {
+        wait(*broken_check_);
+    }
+}
+
 bool Printers::HaveMisbehaved() {
     if (const auto* daemon = std::get_if<LpdBehavior>(&failure_->behavior)) {
         const std::vector<LpdConnection> connections = daemons_.front()->connections();

@@ -42,6 +42,8 @@ class Printers {
     [[nodiscard]] const std::optional<PrinterFailure>& failure() const { return failure_; }
     // A printer that never answers connections ends them from now on.
     void EndSilence();
+    // Once nobody talks to the printers any more: until they have noticed.
+    void WaitForEndings();
     // Whether a connection met the failure. Where no connection comes to be, no printer can tell.
     [[nodiscard]] bool HaveMisbehaved();
 
