@@ -180,7 +180,6 @@ void CLprPrintChannel::EndData() {
 }
 
 void CLprPrintChannel::HoldInError(LogText message) noexcept {
-    // What fails for want of memory is tried again with the next look at the job.
     bool marked = false;
     bool alive = true;
     while (alive) {
@@ -190,7 +189,7 @@ void CLprPrintChannel::HoldInError(LogText message) noexcept {
                 marked = true;
             }
         } catch (...) {
-            marked = false;
+            // The next look at the job finds it unmarked.
         }
         UpdatePortStatus();
         Log(LogLevel::kInfo, message);

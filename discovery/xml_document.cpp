@@ -29,12 +29,26 @@ bool HasDocumentType(BSTR text) {
            std::wstring_view::npos;
 }
 
+bool HasLongValue(std::wstring_view declaration) {
+    constexpr std::size_t kLongestValue = 16;
+    for (auto quote = declaration.find_first_of(L"\"'"); quote != std::wstring_view::npos;
+         quote = declaration.find_first_of(L"\"'")) {
+        const wchar_t mark = declaration[quote];
+        declaration.remove_prefix(quote + 1);
+        const std::size_t length = std::min(declaration.find(mark), declaration.size());
+        if (length > kLongestValue) {
+            return true;
+        }
+        declaration.remove_prefix(std::min(length + 1, declaration.size()));
+    }
+    return false;
+}
+
 // Whether an XML declaration holds a value longer than a version number or the name of an encoding
 // is. The parser itself need not be made for one: Wine's ends the process at a version number
 // of 62.
 bool HasLongDeclaration(BSTR text) {
     constexpr std::wstring_view kStart = L"<?xml";
-    constexpr std::size_t kLongestValue = 16;
     std::wstring_view rest(text, ::SysStringLen(text));
     for (auto at = rest.find(kStart); at != std::wstring_view::npos; at = rest.find(kStart)) {
         rest.remove_prefix(at + kStart.size());
@@ -42,21 +56,11 @@ bool HasLongDeclaration(BSTR text) {
             continue;  // another instruction, whose name only begins like that
         }
         const std::size_t end = rest.find(L"?>");
-        if (end == std::wstring_view::npos) {
-            return true;  // endless, and no document anyway
+        // One without an end is of no document.
+        if (end == std::wstring_view::npos || HasLongValue(rest.substr(0, end))) {
+            return true;
         }
-        std::wstring_view declaration = rest.substr(0, end);
         rest.remove_prefix(end);
-        for (auto quote = declaration.find_first_of(L"\"'"); quote != std::wstring_view::npos;
-             quote = declaration.find_first_of(L"\"'")) {
-            const wchar_t mark = declaration[quote];
-            declaration.remove_prefix(quote + 1);
-            const std::size_t length = std::min(declaration.find(mark), declaration.size());
-            if (length > kLongestValue) {
-                return true;
-            }
-            declaration.remove_prefix(std::min(length + 1, declaration.size()));
-        }
     }
     return false;
 }

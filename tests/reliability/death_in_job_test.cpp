@@ -11,12 +11,7 @@ namespace {
 TEST_F(DeathTest, InARawJob) {
     PrepareWorld();
     const Bytes half = HalfADocument();
-    ASSERT_EQ(KillAt(L"half a job", 0,
-                     [&] { return IsThere() && raw_->received().size() >= half.size(); }),
-              Fate::kKilled);
-    ASSERT_TRUE(raw_->WaitForEndings(1)) << "the printer learns that the job has ended";
-    const auto received = raw_->received();
-    EXPECT_TRUE(SameBytes(half, Bytes(received.begin(), received.end())));
+    ASSERT_NO_FATAL_FAILURE(KillBehind(half));
     Resurrect();
     EXPECT_EQ(raw_->connections().size(), 2u) << "of the former life nothing more is delivered";
 }
@@ -59,12 +54,7 @@ TEST_F(DeathTest, InAnIdPrintJob) {
         return job;
     };
     const Bytes half = with_header(HalfADocument());
-    ASSERT_EQ(KillAt(L"half a job", 0,
-                     [&] { return IsThere() && raw_->received().size() >= half.size(); }),
-              Fate::kKilled);
-    ASSERT_TRUE(raw_->WaitForEndings(1)) << "the printer learns that the job has ended";
-    const auto received = raw_->received();
-    EXPECT_TRUE(SameBytes(half, Bytes(received.begin(), received.end())));
+    ASSERT_NO_FATAL_FAILURE(KillBehind(half));
 
     ASSERT_TRUE(HasWholeLines(log_path()));
     ASSERT_TRUE(library().Load(MonitorLibraryPath()));

@@ -101,6 +101,16 @@ class DeathTest : public PortCallTest {
         return KillAt(scenario, moment, [this] { return IsThere(); });
     }
 
+    // In a raw job, when the printer has so much of it.
+    void KillBehind(const Bytes& half) {
+        ASSERT_EQ(KillAt(L"half a job", 0,
+                         [&] { return IsThere() && raw_->received().size() >= half.size(); }),
+                  Fate::kKilled);
+        ASSERT_TRUE(raw_->WaitForEndings(1)) << "the printer learns that the job has ended";
+        const auto received = raw_->received();
+        EXPECT_TRUE(SameBytes(half, Bytes(received.begin(), received.end())));
+    }
+
     void Resurrect() {
         ASSERT_TRUE(HasWholeLines(log_path()));
         Live();
