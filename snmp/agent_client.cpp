@@ -43,8 +43,9 @@ AskResult CAgentClient::Ask(const CQuestion& question, CAnswer& answer) {
         }
         auto sending = SendingOf(sendings, m_timing, m_access.versions);
         if (sending && now >= asked + sending->after) {
-            m_socket.Send(m_address, m_access.port,
-                          exchange.Request(sending->version, m_access.community));
+            // One question at a time does not fill the socket: what is not taken is lost.
+            static_cast<void>(m_socket.Send(
+                m_address, m_access.port, exchange.Request(sending->version, m_access.community)));
             sending = SendingOf(++sendings, m_timing, m_access.versions);
         }
         const std::uint64_t next = sending ? std::min(asked + sending->after, m_end) : m_end;

@@ -35,8 +35,8 @@ class CProbe::CCaller final : public CSearch::IOutput {
 
     [[nodiscard]] CUdpSocket& Socket() noexcept { return m_socket; }
 
-    void Send(Ipv4 address, const Bytes& message) override {
-        m_socket.Send(address, m_probe.m_order.settings.access.port, message);
+    bool Send(Ipv4 address, const Bytes& message) override {
+        return m_socket.Send(address, m_probe.m_order.settings.access.port, message);
     }
     void Found(const CDeviceIdentity& identity) override {
         if (m_probe.IsStopped()) {

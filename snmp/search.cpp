@@ -69,35 +69,62 @@ void CSearch::Advance(std::uint64_t now, IOutput& output) {
     while (!m_waiting.empty() && m_waiting.top().first <= now && m_budget > 0) {
         const std::size_t index = m_waiting.top().second;
         m_waiting.pop();
-        if (Step(index, now, output)) {
-            --m_budget;
+        switch (Step(index, now, output)) {
+            case StepResult::kNothingToSend:
+                break;
+            case StepResult::kSent:
+                --m_budget;
+                break;
+            case StepResult::kRefused:
+                m_budget = 0;
+                break;
         }
         DropStale();
     }
 }
 
-bool CSearch::Step(std::size_t index, std::uint64_t now, IOutput& output) {
+CSearch::StepResult CSearch::Step(std::size_t index, std::uint64_t now, IOutput& output) {
     Target& target = m_targets[index];
     if (!target.exchange) {
-        target.end = now + m_timing.timeout;
         static_cast<void>(NextQuestion(target, m_access.versions));
-    } else if (now >= target.end) {
-        End(target, output);
-        return false;
     }
-    if (target.sendings == 0) {
-        target.asked = now;
+    const bool wasAsked = target.end != 0;
+    if (wasAsked && now >= target.end) {
+        End(target, output);
+        return StepResult::kNothingToSend;
     }
     const VersionChoice versions = target.exchange->Versions();
     const auto sending = SendingOf(target.sendings, m_timing, versions);
     if (!sending) {
         Schedule(index, target.end);
-        return false;
+        return StepResult::kNothingToSend;
+    }
+    if (!Send(target, *sending, now, output)) {
+        Schedule(index, target.due);
+        return StepResult::kRefused;
+    }
+    if (!wasAsked) {
+        target.end = now + m_timing.timeout;
+    }
+    if (target.sendings == 0) {
+        target.asked = now;
     }
     const auto next = SendingOf(++target.sendings, m_timing, versions);
     Schedule(index, next ? std::min(target.asked + next->after, target.end) : target.end);
-    output.Send(target.address, target.exchange->Request(sending->version, m_access.community));
-    return true;
+    return StepResult::kSent;
+}
+
+bool CSearch::Send(const Target& target, const CSending& sending, std::uint64_t now,
+                   IOutput& output) {
+    if (output.Send(target.address,
+                    target.exchange->Request(sending.version, m_access.community))) {
+        m_refusedSince.reset();
+        return true;
+    }
+    if (!m_refusedSince) {
+        m_refusedSince = now;
+    }
+    return now >= *m_refusedSince + m_timing.timeout;
 }
 
 void CSearch::End(Target& target, IOutput& output) {

@@ -20,11 +20,15 @@ namespace ksp::snmp {
 // Every address is asked who is there, in the order given. One that answers is asked the rest of
 // what a device is known by, beside the others, and reported once: when everything is known, or
 // with what is known when its time is over. An address has its time from when it was first asked.
+//
+// While the system takes no messages, the search waits with all of them, but no longer than the
+// time of an address: then those it does not take count as lost.
 class CSearch {
   public:
     class IOutput {
       public:
-        virtual void Send(Ipv4 address, const Bytes& message) = 0;
+        // False: the system takes no message now; it is offered again a moment later.
+        virtual bool Send(Ipv4 address, const Bytes& message) = 0;
         virtual void Found(const CDeviceIdentity& identity) = 0;
 
       protected:
@@ -66,8 +70,11 @@ class CSearch {
 
     void Schedule(std::size_t index, std::uint64_t when);
     void DropStale();
-    // True: a message left.
-    bool Step(std::size_t index, std::uint64_t now, IOutput& output);
+    enum class StepResult : std::uint8_t { kNothingToSend, kSent, kRefused };
+    StepResult Step(std::size_t index, std::uint64_t now, IOutput& output);
+    // False: it is to be offered again.
+    [[nodiscard]] bool Send(const Target& target, const CSending& sending, std::uint64_t now,
+                            IOutput& output);
     void End(Target& target, IOutput& output);
     // Puts the next question to the target; false when there is none.
     [[nodiscard]] bool NextQuestion(Target& target, VersionChoice versions);
@@ -81,6 +88,7 @@ class CSearch {
     std::priority_queue<Waiting, std::vector<Waiting>, std::greater<>> m_waiting;
     std::uint64_t m_budget = kBurst;  // how many messages may leave, as of then:
     std::uint64_t m_counted;
+    std::optional<std::uint64_t> m_refusedSince;  // none: the system took the last message
 };
 
 }  // namespace ksp::snmp

@@ -36,13 +36,18 @@ CUdpSocket::CUdpSocket()
                  reinterpret_cast<const char*>(&kSystemBuffer), sizeof(kSystemBuffer));
 }
 
-void CUdpSocket::Send(Ipv4 address, std::uint16_t port, const Bytes& bytes) noexcept {
+bool CUdpSocket::Send(Ipv4 address, std::uint16_t port, const Bytes& bytes) noexcept {
     sockaddr_in to{};
     to.sin_family = AF_INET;
     to.sin_port = ::htons(port);
     to.sin_addr.s_addr = ::htonl(address);
-    ::sendto(m_socket.Get(), reinterpret_cast<const char*>(bytes.data()),
-             static_cast<int>(bytes.size()), 0, reinterpret_cast<const sockaddr*>(&to), sizeof(to));
+    if (::sendto(m_socket.Get(), reinterpret_cast<const char*>(bytes.data()),
+                 static_cast<int>(bytes.size()), 0, reinterpret_cast<const sockaddr*>(&to),
+                 sizeof(to)) >= 0) {
+        return true;
+    }
+    const int error = ::WSAGetLastError();
+    return error != WSAEWOULDBLOCK && error != WSAENOBUFS;
 }
 
 std::optional<CUdpSocket::Datagram> CUdpSocket::Receive() noexcept {

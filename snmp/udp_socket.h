@@ -27,8 +27,10 @@ class CUdpSocket {
 
     [[nodiscard]] bool IsOpen() const noexcept { return static_cast<bool>(m_socket); }
 
-    // A datagram that cannot be sent is one that was lost.
-    void Send(Ipv4 address, std::uint16_t port, const Bytes& bytes) noexcept;
+    // False: the system has no room for it now, because those before it have not left yet;
+    // datagrams for hosts that do not answer on the own network are held for seconds. One that
+    // cannot be sent for another reason is one that was lost.
+    [[nodiscard]] bool Send(Ipv4 address, std::uint16_t port, const Bytes& bytes) noexcept;
     // The next datagram; none when no other is there. What the network reports about datagrams that
     // were sent is passed over.
     [[nodiscard]] std::optional<Datagram> Receive() noexcept;

@@ -87,8 +87,8 @@ std::string Utf8Of(std::uint32_t number) {
     return {};
 }
 
-// Takes a reference to a character off the front. None when it is malformed, or when no document may
-// hold that character.
+// Takes a reference to a character off the front. None when it is malformed, or when no document
+// may hold that character.
 std::optional<std::string> TakeReference(std::string_view& text) {
     for (const Entity& entity : kEntities) {
         if (text.starts_with(entity.text)) {

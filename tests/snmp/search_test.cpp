@@ -73,9 +73,14 @@ class SearchTest : public ::testing::Test, protected CSearch::IOutput {
         Bytes message;
     };
 
-    void Send(Ipv4 address, const Bytes& message) override {
+    bool Send(Ipv4 address, const Bytes& message) override {
+        ++offered_;
+        if (now_ >= refuses_from_ && now_ < refuses_until_) {
+            return false;
+        }
         sent_.push_back({now_, address, message});
         answers_.emplace_back(address, message);
+        return true;
     }
     void Found(const snmp::CDeviceIdentity& identity) override {
         found_.push_back(identity.address);
@@ -119,6 +124,9 @@ class SearchTest : public ::testing::Test, protected CSearch::IOutput {
 
     std::uint64_t now_ = 1000;
     std::uint64_t tick_ = 1;  // of the clock
+    std::uint64_t refuses_from_ = UINT64_MAX;
+    std::uint64_t refuses_until_ = UINT64_MAX;
+    std::size_t offered_ = 0;
     std::uint32_t ids_ = 0x70000000;
     std::optional<CSearch> search_;
     std::vector<Sent> sent_;
@@ -214,6 +222,45 @@ TEST_F(SearchTest, EveryQuestionHasAnIdOfItsOwn) {
     }
     EXPECT_THAT(ids, ElementsAre(Bytes{0x71, 0x23, 0x45, 0x67}, Bytes{0x72, 0x46, 0x8A, 0xCE},
                                  Bytes{0x73, 0x69, 0xD0, 0x35}));
+}
+
+TEST_F(SearchTest, AMessageThatTheSystemDoesNotTakeIsOfferedAgain) {
+    // All of one version is refused, for longer than its sendings are apart.
+    refuses_from_ = 1300;
+    refuses_until_ = 4400;
+    Begin({kSmall}, {20000, 0, 1000}, snmp::VersionChoice::kEither);
+    Run({});
+    std::map<Ipv4, std::vector<int>> versions;
+    for (const Sent& sent : sent_) {
+        versions[sent.address].push_back(sent.message[4]);
+    }
+    EXPECT_THAT(versions, SizeIs(254));
+    for (const auto& [address, asked] : versions) {
+        EXPECT_THAT(asked, ElementsAre(1, 0)) << address;
+    }
+    // It is not tried at every address meanwhile.
+    EXPECT_LE(offered_ - sent_.size(), (refuses_until_ - refuses_from_) / 16 + 1);
+}
+
+TEST_F(SearchTest, AnAddressHasItsWholeTimeFromWhenItWasAsked) {
+    refuses_from_ = 1000;
+    refuses_until_ = 2900;
+    Begin({{0x7F000507, 0xFFFFFFFF}}, {2000, 1, 500});
+    Run({});
+    ASSERT_THAT(sent_, SizeIs(2));
+    EXPECT_GE(sent_[0].time, 2900U);
+    EXPECT_GE(now_, sent_[0].time + 2000);
+}
+
+TEST_F(SearchTest, EndsAlsoWhenTheSystemTakesNothing) {
+    for (const std::uint64_t from : {1000U, 1100U}) {
+        now_ = 1000;
+        refuses_from_ = from;
+        Begin({kSmall}, {2000, 1, 500});
+        Run({{0x7F000507, 1}});
+        EXPECT_LE(now_, from + 3 * 2000U) << from;
+    }
+    EXPECT_THAT(found_, ElementsAre(0x7F000507U)) << "it had answered once, in the second search";
 }
 
 TEST_F(SearchTest, WithoutAddressesItIsOver) {
