@@ -1,6 +1,7 @@
 #include "tests/faults/fault_world.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -29,6 +30,14 @@ std::optional<PrinterFailure> FailureOf(Transport transport, const Fault& fault)
         return std::nullopt;
     }
     return FailuresOf(transport)[fault.nth - 1];
+}
+
+// How a connection failed is known from the library's own lines.
+LineLevel LogLevelFor(const std::optional<PrinterFailure>& failure) {
+    if (std::getenv("KSP_FAULTS_TRACE") != nullptr) {
+        return LineLevel::kTrace;
+    }
+    return failure ? LineLevel::kInfo : LineLevel::kError;
 }
 
 }  // namespace
@@ -85,9 +94,7 @@ void FaultWorld::WriteSettings() {
     SetSetting(L"ExeDirectory", DiscoveryControl::FullDirectory());
     SetSetting(L"LogDirectory", directory_.path());
     SetSetting(L"LogFileName", std::wstring(L"log.txt"));
-    // How a connection failed is known from the library's own lines.
-    SetSetting(L"LogLevel",
-               static_cast<DWORD>(printers_.failure() ? LineLevel::kInfo : LineLevel::kError));
+    SetSetting(L"LogLevel", static_cast<DWORD>(LogLevelFor(printers_.failure())));
     if (fault_.boundary == Boundary::kSystem) {
         // Full, so that it is rotated: more calls that can fail.
         std::ofstream(std::filesystem::path(directory_.File(L"log.txt")))
