@@ -28,6 +28,9 @@ constexpr KeptInput kKept[] = {
     {Generator::kSettings,
      "1001320031002e0000d82e0030002e0030003b003200350035002e0030002e0030002e003000350035002e003000"
      "2e0030002e0030000a04040000ff00030b0404000100000003040400921abca8"},
+    // A daemon that acknowledges the data ahead of time and then hangs up: the test called its job
+    // lost.
+    {Generator::kLprAcknowledgements, "00000025000000ff000000000100000000"},
     // Nothing at all.
     {Generator::kAddPortString, ""},
     {Generator::kSilentText, ""},

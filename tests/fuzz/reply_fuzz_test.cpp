@@ -21,6 +21,7 @@ const std::vector<uint8_t> kDocument = {'d', 'o', 'c', 'u', 'm', 'e', 'n', 't'};
 constexpr std::array kSteps = {LpdStep::kReceiveJob, LpdStep::kControlCommand,
                                LpdStep::kControlFile, LpdStep::kDataCommand, LpdStep::kDataFile};
 
+// The step behind which a job counts as taken.
 constexpr std::size_t kTaken = 3;
 
 std::vector<LpdAnswer> ReadAnswers(std::string_view input) {
@@ -81,19 +82,18 @@ class LprFuzz : public FuzzTest, public ::testing::WithParamInterface<DWORD> {
         const std::vector<LpdAnswer> answers = ReadAnswers(input);
         std::map<LpdStep, LpdAnswer> behavior;
         std::string stream;
-        // The job is taken once everything up to the command for its data is acknowledged. A daemon
-        // that hangs up then has no way left to say so: the data's own acknowledgement only ends
-        // the job.
-        bool is_taken = true;
         bool stays = true;
         for (std::size_t step = 0; step < kSteps.size(); ++step) {
             behavior[kSteps[step]] = answers[step];
-            stream += answers[step].bytes;
-            if (step <= kTaken) {
-                is_taken = is_taken && stays && stream[step] == '\0';
-                stays = stays && answers[step].then == LpdAnswer::Then::kGoOn;
+            if (step <= kTaken && stays) {
+                stream += answers[step].bytes;
+                stays = answers[step].then == LpdAnswer::Then::kGoOn;
             }
         }
+        // The job is taken once everything up to the command for its data is acknowledged, be it
+        // ahead of time. A daemon that hangs up then has no way left to say so: the data's own
+        // acknowledgement only ends the job.
+        const bool is_taken = stream.starts_with(std::string(kTaken + 1, '\0'));
         daemon_->SetAnswers(std::move(behavior));
         // A new port looks at its job at once.
         const std::wstring string = L"x," + std::to_wstring(GetParam()) + L"," +
