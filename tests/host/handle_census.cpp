@@ -8,6 +8,8 @@
 namespace ksp::test {
 namespace {
 
+constexpr wchar_t kThreadLocalIndex[] = L"thread-local index";
+
 using QueryObject = decltype(&NtQueryObject);
 
 QueryObject FindQueryObject() {
@@ -27,6 +29,13 @@ std::wstring KindOf(HANDLE handle) {
     return {info->TypeName.Buffer, info->TypeName.Length / sizeof(wchar_t)};
 }
 
+// How many are in use ahead of the lowest one that is free, which goes up by each that is kept.
+size_t CountThreadLocalIndexes() {
+    const DWORD free = ::TlsAlloc();
+    ::TlsFree(free);
+    return free;
+}
+
 }  // namespace
 
 // GetProcessHandleCount would do, were it not 0 under Wine. Handles are small multiples of four,
@@ -44,6 +53,7 @@ HandleCensus CountHandles() {
         ++census[kind];
         last_used = number;
     }
+    census[kThreadLocalIndex] = CountThreadLocalIndexes();
     return census;
 }
 
