@@ -85,7 +85,7 @@ struct LibraryModel {
     HandedOut<void*, MimeUtility> mime_utilities;
     Buffers buffers;
     Buffers mime_buffers;
-    std::vector<Buffer> sealed_buffers;
+    std::deque<Buffer> sealed_buffers;
 
     std::deque<Note> calls;  // a deque, since callers keep pointers to the texts
     std::deque<Misuse> misuses;

@@ -5,6 +5,10 @@
 namespace ksp::standins {
 namespace {
 
+// So many buffers that were given back stay out of reach, to catch whoever still uses them. A
+// process can have about 65,000 pieces of address space in all.
+constexpr size_t kMostSealed = 2000;
+
 template <typename Key, typename Record>
 Record* Use(LibraryModel& library, const Note& note, HandedOut<Key, Record>& handed_out, Key key,
             const std::string& what) {
@@ -85,6 +89,9 @@ void TakeBuffer(LibraryModel& library, Buffers& buffers, Note& note, const void*
     buffer.block.Seal();
     buffer.item_bytes.Seal();
     library.sealed_buffers.push_back(std::move(buffer));
+    if (library.sealed_buffers.size() > kMostSealed) {
+        library.sealed_buffers.pop_front();
+    }
 }
 
 }  // namespace ksp::standins
