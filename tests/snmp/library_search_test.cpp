@@ -1,8 +1,14 @@
 // Searches of networks on the loopback.
 
+// These three in this order.
+#include <winsock2.h>
+#include <ws2tcpip.h>
+#include <iphlpapi.h>
+
 #include <chrono>
 #include <thread>
 
+#include "tests/host/patched_import.h"
 #include "tests/snmp/bytes.h"
 #include "tests/snmp/library_test.h"
 
@@ -345,6 +351,20 @@ TEST_F(LibrarySearchTest, WithoutIPv4ThereIsNothingToSearch) {
     Witness witness;
     EXPECT_FALSE(
         Start(stream, "<ProbeMode><Protocol p=\"KSPC\" ip=\"IPv6\" /></ProbeMode>", witness));
+    EndStream(stream);
+}
+
+TEST_F(LibrarySearchTest, AComputerWithoutANetworkHasNothingToSearchAndThatIsTold) {
+    const PatchedImport<decltype(&::GetAdaptersAddresses)> patch(
+        "GetAdaptersAddresses",
+        [](ULONG, ULONG, void*, IP_ADAPTER_ADDRESSES*, ULONG*) -> ULONG { return ERROR_NO_DATA; },
+        module_);
+    ASSERT_TRUE(patch.works());
+    void* const stream = BeginStream(RegistrySettings());
+    Witness witness;
+    ASSERT_TRUE(Start(stream, Mode("", 1000), witness));
+    EXPECT_TRUE(witness.WaitFor(1));
+    EXPECT_THAT(witness.codes(), ElementsAre(-3));
     EndStream(stream);
 }
 
